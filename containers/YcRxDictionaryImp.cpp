@@ -1,0 +1,331 @@
+// The dictionary: item array with ids, optional key index, filter, ownership rules.
+#include "YcRxDictionaryImp.h"
+
+#include <cwchar>
+
+#include "YcRxClass.h"
+#include "YcRxDictionaryImpIterator.h"
+#include "core/YcRxInternal.h"
+
+YCRX_DEFINE_MEMBERS(YcRxDictionary, L"AcRxDictionary", L"AcRxObject")
+YCRX_DEFINE_MEMBERS(YcRxDictionaryImp, L"YcRxDictionaryImp", L"AcRxDictionary")
+
+namespace {
+
+bool sameText(const YcRxString* key, const wchar_t* text) {
+  return key->ignoresCase() ? ::wcscasecmp(key->rawString(), text) == 0
+                            : std::wcscmp(key->rawString(), text) == 0;
+}
+
+}  // namespace
+
+// --- item ---------------------------------------------------------------------
+
+bool YcRxDicItem::operator==(const YcRxDicItem& other) const {
+  if (!mpKey || !other.mpKey) return !mpKey && !other.mpKey;
+  return mpKey->comparedTo(other.mpKey) == YcRx::kEqual;
+}
+
+// --- key index ------------------------------------------------------------------
+
+bool YcRxStringToIdMap::Less::operator()(const YcRxString* a, const wchar_t* b) const {
+  if (!a) return true;
+  return a->ignoresCase() ? ::wcscasecmp(a->rawString(), b) < 0 : std::wcscmp(a->rawString(), b) < 0;
+}
+
+bool YcRxStringToIdMap::Less::operator()(const wchar_t* a, const YcRxString* b) const {
+  if (!b) return false;
+  return b->ignoresCase() ? ::wcscasecmp(a, b->rawString()) < 0 : std::wcscmp(a, b->rawString()) < 0;
+}
+
+int YcRxStringToIdMap::getAt(const YcRxString* key) const {
+  auto pos = mMap.find(key);
+  return pos == mMap.end() ? -1 : pos->second;
+}
+
+int YcRxStringToIdMap::getAt(const wchar_t* text) const {
+  auto pos = mMap.find(text);
+  return pos == mMap.end() ? -1 : pos->second;
+}
+
+YcRxStringToIdMap::iterator YcRxStringToIdMap::getIteratorAt(const YcRxString* key) {
+  return key ? mMap.find(key) : mMap.end();
+}
+
+int& YcRxStringToIdMap::append(const YcRxString* key) { return mMap.emplace(key, 0).first->second; }
+
+void YcRxStringToIdMap::append(const YcRxString* key, int index) { mMap.emplace(key, index); }
+
+const YcRxString* YcRxStringToIdMap::removeAt(const YcRxString* key) {
+  auto pos = mMap.find(key);
+  return removeAt(pos);
+}
+
+const YcRxString* YcRxStringToIdMap::removeAt(iterator position) {
+  if (position == mMap.end()) return nullptr;
+  const YcRxString* key = position->first;
+  mMap.erase(position);
+  return key;
+}
+
+// --- dictionary -------------------------------------------------------------------
+
+YcRxDictionary* YcRxDictionaryImp::createDictionary(unsigned int length, bool deletesObjects,
+                                                    bool sorted, bool ignoreCase,
+                                                    const YcRxClass* filter) {
+  return new YcRxDictionaryImp(length, deletesObjects, sorted, ignoreCase, filter);
+}
+
+YcRxDictionaryImp::YcRxDictionaryImp() : YcRxDictionaryImp(0, false, false, false, nullptr) {}
+
+YcRxDictionaryImp::YcRxDictionaryImp(unsigned int length, bool deletesObjects, bool sorted,
+                                     bool ignoreCase, const YcRxClass* filter)
+    : mpItems(new ItemArray(static_cast<int>(length), 8)),
+      mpKeyIndex(sorted ? new YcRxStringToIdMap() : nullptr),
+      mpFilter(filter),
+      mDeletesObjects(deletesObjects),
+      mCaseSensitive(!ignoreCase) {}
+
+YcRxDictionaryImp::~YcRxDictionaryImp() {
+  clear(false);
+  delete mpKeyIndex;
+  delete mpItems;
+}
+
+YcRxString* YcRxDictionaryImp::makeKey(const wchar_t* text) const {
+  return new YcRxString(text, !mCaseSensitive);
+}
+
+YcRxDicItem* YcRxDictionaryImp::getAt(int index) {
+  if (index < 0 || index >= mpItems->length()) return nullptr;
+  YcRxDicItem* item = mpItems->asArrayPtr() + index;
+  return item->key() ? item : nullptr;
+}
+
+const YcRxDicItem* YcRxDictionaryImp::getAt(int index) const {
+  return const_cast<YcRxDictionaryImp*>(this)->getAt(index);
+}
+
+YcRxDicItem* YcRxDictionaryImp::getAt(const wchar_t* key, int* index) {
+  int scratch;
+  int& found = index ? *index : scratch;
+  found = -1;
+  if (!key || !*key) return nullptr;
+  // Look-ups compare the bare text under the dictionary's case rule, which is
+  // what a temporary key string would do, without allocating one.
+  if (mpKeyIndex) {
+    const int i = mpKeyIndex->getAt(key);
+    if (i < 0) return nullptr;
+    found = i;
+    return mpItems->asArrayPtr() + i;
+  }
+  YcRxDicItem* items = mpItems->asArrayPtr();
+  for (int i = 0, n = mpItems->length(); i < n; ++i) {
+    if (items[i].key() && sameText(items[i].key(), key)) {
+      found = i;
+      return items + i;
+    }
+  }
+  return nullptr;
+}
+
+const YcRxDicItem* YcRxDictionaryImp::getAt(const wchar_t* key, int* index) const {
+  return const_cast<YcRxDictionaryImp*>(this)->getAt(key, index);
+}
+
+YcRxDicItem* YcRxDictionaryImp::makeEmptyItem(int& index) {
+  YcRxDicItem* items = mpItems->asArrayPtr();
+  for (int i = 0, n = mpItems->length(); i < n; ++i) {
+    if (!items[i].key()) {
+      index = i;
+      return items + i;
+    }
+  }
+  index = mpItems->append(YcRxDicItem());
+  return mpItems->asArrayPtr() + index;
+}
+
+YcRxDicItem* YcRxDictionaryImp::makeItemAt(int index) {
+  if (index >= mpItems->length()) mpItems->setLogicalLength(index + 1);
+  return mpItems->asArrayPtr() + index;
+}
+
+YcRxObject* YcRxDictionaryImp::filterRxObject(YcRxObject* value) const {
+  if (!mpFilter || !value || value->isKindOf(mpFilter)) return value;
+  return nullptr;
+}
+
+YcRxObject* YcRxDictionaryImp::at(const wchar_t* key) const {
+  const YcRxDicItem* item = getAt(key, nullptr);
+  return item ? item->value() : nullptr;
+}
+
+YcRxObject* YcRxDictionaryImp::at(unsigned int id) const {
+  const YcRxDicItem* item = getAt(idToIdx(id));
+  return item ? item->value() : nullptr;
+}
+
+YcRxObject* YcRxDictionaryImp::atPut(const wchar_t* key, YcRxObject* value, unsigned int& id) {
+  if (!key || !*key) return nullptr;
+  // A value whose class has no parent is never filtered here.
+  if (mpFilter && value) {
+    YcRxClass* cls = value->isA();
+    if (cls && cls->myParent() && !filterRxObject(value)) return value;
+  }
+  int index = -1;
+  YcRxDicItem* item = getAt(key, &index);
+  if (!item) {
+    item = makeEmptyItem(index);
+    YcRxString* keyString = makeKey(key);
+    if (mpKeyIndex) mpKeyIndex->append(keyString, index);
+    item->key() = keyString;
+    item->value() = value;
+    id = idxToId(index);
+    return nullptr;
+  }
+  // An existing key reports its array index, not index + 1; callers rely on it.
+  id = static_cast<unsigned int>(index);
+  YcRxObject* old = item->value();
+  if (old == value) return nullptr;
+  item->value() = value;
+  delete old;  // replaced values go, whatever the delete setting
+  return nullptr;
+}
+
+YcRxObject* YcRxDictionaryImp::atPut(const wchar_t* key, YcRxObject* value) {
+  unsigned int id = 0;
+  return atPut(key, value, id);
+}
+
+YcRxObject* YcRxDictionaryImp::atPut(unsigned int id, YcRxObject* value) {
+  if (value && !filterRxObject(value)) return value;
+  YcRxDicItem* item = getAt(idToIdx(id));
+  if (!item) {
+    kmrxFatal(L"YcRxDictionary::atPut - Invalid id");
+    return nullptr;
+  }
+  return swapValue(item, value);
+}
+
+YcRxObject* YcRxDictionaryImp::swapValue(const YcRxDicItem* item, YcRxObject* value) {
+  if (!item) return nullptr;
+  auto* slot = const_cast<YcRxDicItem*>(item);
+  YcRxObject* old = slot->value();
+  if (old == value) return nullptr;
+  slot->value() = value;
+  if (!mDeletesObjects || !old) return old;
+  delete old;
+  return nullptr;
+}
+
+bool YcRxDictionaryImp::atKeyAndIdPut(const wchar_t* key, unsigned int id, YcRxObject* value) {
+  if (!key || !*key || !value || !filterRxObject(value)) return false;
+  if (id == 0 || has(id)) return false;  // id 0 would address index -1
+  YcRxDicItem* item = makeItemAt(idToIdx(id));
+  YcRxString* keyString = makeKey(key);
+  item->key() = keyString;
+  item->value() = value;
+  if (mpKeyIndex) mpKeyIndex->append(keyString, idToIdx(id));
+  return true;
+}
+
+bool YcRxDictionaryImp::resetKey(const wchar_t* oldKey, const wchar_t* newKey) {
+  if (!oldKey || !*oldKey || !newKey || !*newKey) return false;
+  int index = -1;
+  YcRxDicItem* item = getAt(oldKey, &index);
+  if (!item) return false;
+  YcRxString* oldString = item->key();
+  YcRxString* newString = makeKey(newKey);
+  item->key() = newString;
+  if (mpKeyIndex) {
+    auto pos = mpKeyIndex->getIteratorAt(oldString);
+    const int kept = pos != mpKeyIndex->end() ? pos->second : index;
+    mpKeyIndex->removeAt(pos);
+    mpKeyIndex->append(newString, kept);
+  }
+  delete oldString;
+  return true;
+}
+
+bool YcRxDictionaryImp::resetKey(unsigned int id, const wchar_t* newKey) {
+  YcRxDicItem* item = getAt(idToIdx(id));
+  if (!item) return false;
+  YcRxString* oldString = item->key();
+  YcRxString* newString = makeKey(newKey);
+  item->key() = newString;
+  if (mpKeyIndex) {
+    mpKeyIndex->removeAt(oldString);
+    mpKeyIndex->append(newString, idToIdx(id));
+  }
+  delete oldString;
+  return true;
+}
+
+YcRxObject* YcRxDictionaryImp::removeItem(int index) {
+  YcRxDicItem& item = mpItems->asArrayPtr()[index];
+  YcRxString* key = item.key();
+  YcRxObject* value = item.value();
+  item.key() = nullptr;
+  item.value() = nullptr;
+  delete key;
+  if (mDeletesObjects && value) {
+    delete value;
+    return nullptr;
+  }
+  return value;
+}
+
+YcRxObject* YcRxDictionaryImp::remove(const wchar_t* key) {
+  int index = -1;
+  if (!getAt(key, &index)) return nullptr;
+  if (mpKeyIndex) mpKeyIndex->removeAt(mpKeyIndex->getIteratorAt(mpItems->asArrayPtr()[index].key()));
+  return removeItem(index);
+}
+
+YcRxObject* YcRxDictionaryImp::remove(unsigned int id) {
+  const int index = idToIdx(id);
+  YcRxDicItem* item = getAt(index);
+  if (!item) return nullptr;
+  if (mpKeyIndex) mpKeyIndex->removeAt(mpKeyIndex->getIteratorAt(item->key()));
+  return removeItem(index);
+}
+
+bool YcRxDictionaryImp::has(const wchar_t* key) const { return getAt(key, nullptr) != nullptr; }
+
+bool YcRxDictionaryImp::has(unsigned int id) const { return getAt(idToIdx(id)) != nullptr; }
+
+unsigned int YcRxDictionaryImp::idAt(const wchar_t* key) const {
+  int index = -1;
+  return getAt(key, &index) ? idxToId(index) : 0;
+}
+
+const wchar_t* YcRxDictionaryImp::keyAt(unsigned int id) const {
+  const YcRxDicItem* item = getAt(idToIdx(id));
+  return item ? item->key()->rawString() : nullptr;
+}
+
+unsigned int YcRxDictionaryImp::numEntries() const {
+  if (mpKeyIndex) return static_cast<unsigned int>(mpKeyIndex->count());
+  unsigned int n = 0;
+  const YcRxDicItem* items = mpItems->asArrayPtr();
+  for (int i = 0, len = mpItems->length(); i < len; ++i)
+    if (items[i].key()) ++n;
+  return n;
+}
+
+YcRxDictionaryIterator* YcRxDictionaryImp::newIterator(YcRx::DictIterType type) {
+  return new YcRxDictionaryImpIterator(this, type);
+}
+
+void YcRxDictionaryImp::clear(bool deleteValues) {
+  YcRxDicItem* items = mpItems->asArrayPtr();
+  for (int i = 0, n = mpItems->length(); i < n; ++i) {
+    delete items[i].key();
+    YcRxObject* value = items[i].value();
+    items[i].key() = nullptr;
+    items[i].value() = nullptr;
+    if (value && (mDeletesObjects || deleteValues)) delete value;
+  }
+  mpItems->setLogicalLength(0);
+  if (mpKeyIndex) mpKeyIndex->wipeout();
+}

@@ -1,0 +1,119 @@
+// The general object map: owned key clones ordered by comparedTo, borrowed values.
+#include "YcRxMap.h"
+
+#include "YcArray.h"
+#include "core/YcRxInternal.h"
+
+YCRX_DEFINE_MEMBERS(YcRxGenericMap, L"YcRxGenericMap", L"YcRxIterable")
+YCRX_DEFINE_MEMBERS(YcRxGenericMapIterator, L"YcRxGenericMapIterator", L"AcRxIterator")
+YCRX_DEFINE_MEMBERS(YcRxMap, L"YcRxMap", L"YcRxGenericMap")
+YCRX_DEFINE_MEMBERS(YcRxMapIterator, L"YcRxMapIterator", L"YcRxGenericMapIterator")
+
+// Anything but "less" (equal, greater, not orderable) counts as not less.
+bool YcRxMap::YcRxObjLess::operator()(const YcRxObject* a, const YcRxObject* b) const {
+  if (a == b) return false;
+  if (!a) return true;
+  if (!b) return false;
+  return a->comparedTo(b) == YcRx::kLessThan;
+}
+
+YcRxMap::YcRxMap() = default;
+
+YcRxMap::~YcRxMap() { removeAll(); }
+
+YcRxIterator* YcRxMap::newIterator() const { return newMapIterator(); }
+
+YcRxGenericMapIterator* YcRxMap::newMapIterator() const {
+  return new YcRxMapIterator(const_cast<YcRxMap*>(this));
+}
+
+YcRxObject* YcRxMap::find(const YcRxObject* key) const {
+  if (!key) return nullptr;
+  auto pos = mTree.find(key);
+  return pos == mTree.end() ? nullptr : pos->second;
+}
+
+YcRxGenericMapIterator* YcRxMap::findIterator(const YcRxObject* key) const {
+  if (!key) return nullptr;
+  auto* self = const_cast<YcRxMap*>(this);
+  auto pos = self->mTree.find(key);
+  if (pos == self->mTree.end()) return nullptr;
+  return new YcRxMapIterator(self, pos);
+}
+
+YcRxObject* YcRxMap::setAt(const YcRxObject* key, YcRxObject* value) {
+  if (!key) return nullptr;
+  YcRxObject* result = nullptr;
+  YcRxGenericMapIterator* it = findIterator(key);
+  if (it && !it->done()) {
+    result = setAt(it, value);
+  } else {
+    YcRxObject* copy = key->clone();
+    // A key whose class cannot clone is kept out rather than stored as null.
+    if (copy) mTree.emplace(copy, value);
+  }
+  delete it;
+  return result;
+}
+
+YcRxObject* YcRxMap::setAt(YcRxIterator* it, YcRxObject* value) {
+  if (!it) return nullptr;
+  YcRxMapIterator* mine = YcRxMapIterator::cast(it);
+  if (!mine) {
+    if (!it->done()) kmrxFatalCode(Ycad::eWrongObjectClass);
+    return nullptr;
+  }
+  if (mine->done()) return nullptr;
+  auto pos = mine->position();
+  YcRxObject* old = pos->second;
+  pos->second = value;
+  return old;
+}
+
+YcRxObject* YcRxMap::remove(const YcRxObject* key) {
+  if (!key) return nullptr;
+  auto pos = mTree.find(key);
+  if (pos == mTree.end()) return nullptr;
+  const YcRxObject* storedKey = pos->first;
+  YcRxObject* value = pos->second;
+  mTree.erase(pos);
+  delete storedKey;
+  return value;
+}
+
+YcRxObject* YcRxMap::remove(YcRxIterator* it) {
+  YcRxMapIterator* mine = YcRxMapIterator::cast(it);
+  if (!mine) {
+    if (it) kmrxFatalCode(Ycad::eWrongObjectClass);
+    return nullptr;
+  }
+  if (mine->done()) return nullptr;
+  auto pos = mine->position();
+  const YcRxObject* storedKey = pos->first;
+  YcRxObject* value = pos->second;
+  mine->next();  // step off the entry first, so the iterator stays usable
+  mTree.erase(pos);
+  delete storedKey;
+  return value;
+}
+
+void YcRxMap::removeAll() {
+  YcArray<const YcRxObject*> keys(static_cast<int>(mTree.size()), 8);
+  for (auto& entry : mTree)
+    if (entry.first) keys.append(entry.first);
+  mTree.clear();
+  for (int i = 0; i < keys.length(); ++i) delete keys[i];
+}
+
+YcRxMapIterator::YcRxMapIterator(YcRxMap* map) : mpMap(map), mPos(map->tree().begin()) {}
+
+YcRxMapIterator::YcRxMapIterator(YcRxMap* map, YcRxMap::Tree::iterator position)
+    : mpMap(map), mPos(position) {}
+
+bool YcRxMapIterator::done() const { return mPos == mpMap->tree().end(); }
+
+bool YcRxMapIterator::next() {
+  if (done()) return false;
+  ++mPos;
+  return done();
+}

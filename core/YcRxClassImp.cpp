@@ -1,0 +1,361 @@
+// Class descriptors: creation and registration, the class tree, the doomed
+// queue and destruction checks, protocol extensions, object context menus.
+#include "YcRxClassImp.h"
+
+#include "YcRxDictionaryImp.h"
+#include "YcRxDictionaryIterator.h"
+#include "YcRxDynLoadModuleProxy.h"
+#include "YcRxLinkedList.h"
+#include "YcRxModuleGlobal.h"
+#include "YcRxPEClassMap.h"
+#include "YcRxString.h"
+#include "YcDbHostApplicationServices.h"
+#include "core/YcRxInternal.h"
+
+YCRX_DEFINE_MEMBERS(YcRxClass, L"AcRxClass", L"AcRxObject")
+YCRX_DEFINE_MEMBERS(YcRxClassImp, L"YcRxClassImp", L"AcRxClass")
+
+YcArray<YcRxClass*> YcRxClassImp::smDoomedRxClassArray(0, 8);
+bool YcRxClassImp::smCheckDoomDependency = false;
+
+namespace {
+
+YcRxObject* _DummyRxObjectProducer() { return nullptr; }
+
+wchar_t* copyOrNull(const wchar_t* text) { return text ? _kmStrdup(text) : nullptr; }
+
+}  // namespace
+
+YcRxClassImp::YcRxClassImp(const wchar_t* name, const wchar_t* parentName, int dwgVersion,
+                           int maintenanceVersion, int proxyFlags,
+                           YcRxPseudoConstructor constructor, const wchar_t* dxfName,
+                           const wchar_t* appName, YcRxAppNameCallback appNameCallback,
+                           unsigned int featureFlags)
+    : mpParent(nullptr),
+      mpSubClasses(nullptr),
+      mpModuleProxy(nullptr),
+      mpPseudoConstructor(constructor ? constructor : &_DummyRxObjectProducer),
+      mpAppNameCallback(appNameCallback),
+      mpPEObjectMap(nullptr),
+      mpParentName(copyOrNull(parentName)),
+      mpClassName(_kmStrdup(name)),
+      mpDxfName(copyOrNull(dxfName)),
+      mpAppName(copyOrNull(appName)),
+      mDwgVersion(dwgVersion),
+      mMaintenanceVersion(maintenanceVersion),
+      mIsProtocolClass(false),
+      mProxyFlags(proxyFlags),
+      mFeatureFlags(featureFlags),
+      mpContextMenus(nullptr) {}
+
+namespace {
+
+// Unhooks a destroyed protocol class from one class's extension map.
+struct RemoveProtocolClass {
+  const YcRxObject* protocolClass;
+  void operator()(YcRxObject* obj) const {
+    auto* cls = static_cast<YcRxClassImp*>(obj);
+    if (YcRxPEClassMap* map = cls->peObjectMapIfAny()) map->remove(protocolClass);
+  }
+};
+
+}  // namespace
+
+YcRxClassImp::~YcRxClassImp() {
+  if (smCheckDoomDependency) {
+    if (mpSubClasses && mpSubClasses->count() != 0) {
+      kmrxFatal(L"Delete rx class in wrong order!!!");
+      // Keep the orphans from walking into this descriptor once it is gone.
+      for (YcRxLinkedNode* n = mpSubClasses->frontNode(); n; n = n->next())
+        if (n->object()) static_cast<YcRxClassImp*>(n->object())->mpParent = nullptr;
+    }
+    if (mpParent) {
+      YcRxLinkedList* siblings = getImpl(mpParent)->mpSubClasses;
+      if (siblings) siblings->removeAt(static_cast<YcRxObject*>(this));
+    }
+    if (mIsProtocolClass) {
+      if (YcRxDictionary* classes = ycrxGetModule() ? ycrxInternalGetClassDic() : nullptr) {
+        RemoveProtocolClass unhook{this};
+        YcRxDictionaryIterator* it = classes->newIterator(YcRx::kDictIdOrder);
+        for (; !it->done(); it->next())
+          if (YcRxObject* obj = it->object()) unhook(obj);
+        delete it;
+      }
+    }
+  }
+  delete mpSubClasses;
+  delete mpPEObjectMap;
+  delete mpContextMenus;
+  _kmStrdupFree(mpParentName);
+  _kmStrdupFree(mpClassName);
+  _kmStrdupFree(mpDxfName);
+  _kmStrdupFree(mpAppName);
+}
+
+YcRx::Ordering YcRxClassImp::comparedTo(const YcRxObject* other) const {
+  if (!other) return YcRx::kNotOrderable;
+  if (other == this) return YcRx::kEqual;
+  const YcRxClassImp* theirs = YcRxClassImp::cast(other);
+  if (!theirs) return YcRx::kNotOrderable;
+  YcRxString mine(mpClassName, false);
+  YcRxString their(theirs->mpClassName, false);
+  return mine.comparedTo(&their);
+}
+
+void YcRxClassImp::getClassVersion(int& dwgVersion, int& maintenanceVersion) const {
+  dwgVersion = mDwgVersion;
+  maintenanceVersion = mMaintenanceVersion;
+}
+
+bool YcRxClassImp::isDerivedFrom(const YcRxClass* other) const {
+  if (!other) return false;
+  // Every descriptor is a YcRxClassImp, so the parent field can be walked directly.
+  for (const YcRxClassImp* c = this; c; c = static_cast<const YcRxClassImp*>(c->mpParent))
+    if (c == other) return true;
+  return false;
+}
+
+YcRxClass* YcRxClassImp::createClass(const wchar_t* name, const wchar_t* parentName,
+                                     int dwgVersion, int maintenanceVersion, int proxyFlags,
+                                     YcRxPseudoConstructor constructor, const wchar_t* dxfName,
+                                     const wchar_t* appName, YcRxAppNameCallback appNameCallback,
+                                     YcRxMemberCollectionConstructorPtr, void*, YcRxClass*,
+                                     unsigned int featureFlags) {
+  if (!name || !*name) return nullptr;
+  YcRxDictionary* classes = ycrxGetModule() ? ycrxInternalGetClassDic() : nullptr;
+  if (!classes) return nullptr;
+  auto* cls = new YcRxClassImp(name, parentName, dwgVersion, maintenanceVersion, proxyFlags,
+                               constructor, dxfName, appName, appNameCallback, featureFlags);
+  if (!cls) return nullptr;
+  if (!cls->mpClassName) {  // out of memory for the name
+    delete cls;
+    return nullptr;
+  }
+  unsigned int id = 0;
+  if (YcRxObject* rejected = classes->atPut(name, cls, id)) {
+    delete classes->atPut(name, rejected, id);
+    kmrxFatal(L"Try to regist a rxclass which is already registed!!");
+    return cls;
+  }
+  if (YcDbHostApplicationServices* services = ycdbHostApplicationServices()) {
+    if (YcadHostApplication* app = services->application()) {
+      YcRxDynLoadModuleProxy* module = app->moduleBeingLoaded();
+      if (module && module->appInLoaded()) cls->setModuleProxy(module);
+    }
+  }
+  return cls;
+}
+
+// --- doomed-class queue -----------------------------------------------------
+
+void YcRxClassImp::cacheDoomedRxClass(YcRxClass* cls) {
+  if (cls) smDoomedRxClassArray.append(cls);
+}
+
+void YcRxClassImp::clearDoomedRxClasses() { smDoomedRxClassArray.setLogicalLength(0); }
+
+int YcRxClassImp::getDoomedRxClassCount() { return smDoomedRxClassArray.length(); }
+
+YcRxClass* YcRxClassImp::getDoomedRxClass(int i) { return smDoomedRxClassArray.asArrayPtr()[i]; }
+
+void YcRxClassImp::destroyDoomedRxClasses(bool checkDependency) {
+  const bool saved = smCheckDoomDependency;
+  smCheckDoomDependency = checkDependency;
+  YcRxDictionary* classes = ycrxGetModule() ? ycrxInternalGetClassDic() : nullptr;
+  // Destructors may condemn more classes; those join this batch.
+  for (int i = 0; i < smDoomedRxClassArray.length(); ++i) {
+    YcRxClass* cls = smDoomedRxClassArray[i];
+    if (!cls) continue;
+    // A descriptor queued twice is destroyed once.
+    for (int j = i + 1; j < smDoomedRxClassArray.length(); ++j)
+      if (smDoomedRxClassArray[j] == cls) smDoomedRxClassArray[j] = nullptr;
+    if (classes && classes->at(cls->name()) == cls) classes->remove(cls->name());
+    delete cls;
+  }
+  smDoomedRxClassArray.setLogicalLength(0);
+  smCheckDoomDependency = saved;
+}
+
+// --- class tree ---------------------------------------------------------------
+
+void YcRxClassImp::initializeHierarchy(YcRxClass* cls, YcRxDictionary* dict) {
+  if (!cls || !dict) return;
+  YcRxClassImp* imp = getImpl(cls);
+  if (!imp->mpParentName) return;
+  YcRxObject* found = dict->at(imp->mpParentName);
+  if (!found && cls != YcRxObject::desc()) {
+    kmrxFatal(L"Regist rx class with wrong order!!!");
+    return;
+  }
+  imp->mpParent = static_cast<YcRxClass*>(found);
+  if (found) getImpl(imp->mpParent)->addSubRxClass(cls);
+  _kmStrdupFree(imp->mpParentName);
+  imp->mpParentName = nullptr;
+}
+
+void YcRxClassImp::addSubRxClass(YcRxClass* sub) {
+  if (!sub) return;
+  if (!mpSubClasses) mpSubClasses = new YcRxLinkedList();
+  mpSubClasses->addTail(sub);
+  if (mpPEObjectMap) {
+    for (auto& entry : mpPEObjectMap->tree()) {
+      auto* protocolClass = static_cast<YcRxClass*>(const_cast<YcRxObject*>(entry.first));
+      subAddX(sub, protocolClass, entry.second, entry.second);
+    }
+  }
+}
+
+// --- protocol extensions --------------------------------------------------------
+
+YcRxPEClassMap* YcRxClassImp::getPEObjectMap() {
+  if (!mpPEObjectMap) mpPEObjectMap = new YcRxPEClassMap();
+  return mpPEObjectMap;
+}
+
+YcRxPEClassMap* YcRxClassImp::getPEObjectMap() const {
+  if (!mpPEObjectMap) mpPEObjectMap = new YcRxPEClassMap();
+  return mpPEObjectMap;
+}
+
+YcRxObject* YcRxClassImp::addX(YcRxClass* protocolClass, YcRxObject* extension) {
+  if (!protocolClass) return nullptr;
+  YcRxObject* value = extension;
+  if (!value) value = mpParent ? mpParent->queryX(protocolClass) : nullptr;
+  YcRxObject* old = getPEObjectMap()->find(protocolClass);
+  subAddX(this, protocolClass, value, old);
+  return old;
+}
+
+YcRxObject* YcRxClassImp::getX(const YcRxClass* protocolClass) {
+  YcRxObject* ext = queryX(protocolClass);
+  if (!ext) kmrxFatal(L"Fail to get protocol extension object");
+  return ext;
+}
+
+YcRxObject* YcRxClassImp::delX(YcRxClass* protocolClass) { return addX(protocolClass, nullptr); }
+
+YcRxObject* YcRxClassImp::queryX(const YcRxClass* protocolClass) {
+  if (!protocolClass) return nullptr;
+  return getPEObjectMap()->find(protocolClass);
+}
+
+void YcRxClassImp::subAddX(YcRxClass* cls, YcRxClass* protocolClass, YcRxObject* newValue,
+                           YcRxObject* oldValue) {
+  YcRxClassImp* imp = getImpl(cls);
+  YcRxPEClassMap::Tree& tree = imp->getPEObjectMap()->tree();
+  auto pos = tree.find(protocolClass);
+  YcRxObject* current = pos != tree.end() ? pos->second : nullptr;
+  if (!current || current == oldValue) {
+    getImpl(protocolClass)->mIsProtocolClass = true;
+    if (pos != tree.end())
+      pos->second = newValue;
+    else
+      tree.emplace(protocolClass, newValue);
+  }
+  if (imp->mpSubClasses) {
+    _SubAddXHelper helper(protocolClass, newValue, oldValue);
+    WalkRxIterable(imp->mpSubClasses, helper);
+  }
+}
+
+void _SubAddXHelper::operator()(YcRxObject* obj) const {
+  if (YcRxClassImp* cls = YcRxClassImp::cast(obj))
+    YcRxClassImp::subAddX(cls, mpProtocolClass, mpNewValue, mpOldValue);
+}
+
+// --- object context menus ---------------------------------------------------------
+
+bool YcRxClassImp::addObjectContextMenu(const YcRxObject* menu, const void* module) {
+  if (!menu) return false;
+  if (!mpContextMenus) mpContextMenus = new KmVector<ContextMenu>(2, 4);
+  for (int i = 0; i < mpContextMenus->length(); ++i)
+    if ((*mpContextMenus)[i].first == menu) return false;
+  mpContextMenus->append(ContextMenu(menu, static_cast<const YcRxDynLoadModuleProxy*>(module)));
+  return true;
+}
+
+bool YcRxClassImp::removeObjectContextMenu(const YcRxObject* menu) {
+  if (!menu || !mpContextMenus) return false;
+  for (int i = 0; i < mpContextMenus->length(); ++i) {
+    if ((*mpContextMenus)[i].first == menu) {
+      mpContextMenus->removeAt(i);
+      return true;
+    }
+  }
+  return false;
+}
+
+int YcRxClassImp::numOfObjectContextMenu() const {
+  return mpContextMenus ? mpContextMenus->length() : 0;
+}
+
+void YcRxClassImp::getObjectContextMenuAt(int i, YcRxObject*& menu, void** module) const {
+  menu = nullptr;
+  if (module) *module = nullptr;
+  if (mpContextMenus && i >= 0 && i < mpContextMenus->length()) {
+    const ContextMenu& entry = (*mpContextMenus)[i];
+    menu = const_cast<YcRxObject*>(entry.first);
+    if (module) *module = const_cast<YcRxDynLoadModuleProxy*>(entry.second);
+  }
+}
+
+// --- exported creating functions ------------------------------------------------------
+
+YcRxClass* newYcRxClass(const wchar_t* name, const wchar_t* parentName, int proxyFlags,
+                        YcRxPseudoConstructor constructor, const wchar_t* dxfName,
+                        const wchar_t* appName) {
+  return YcRxClassImp::createClass(name, parentName, 0, 0, proxyFlags, constructor, dxfName,
+                                   appName, nullptr, nullptr, nullptr, nullptr, 0);
+}
+
+YcRxClass* newYcRxClass(const wchar_t* name, const wchar_t* parentName, int dwgVersion,
+                        int maintenanceVersion, int proxyFlags, YcRxPseudoConstructor constructor,
+                        const wchar_t* dxfName, const wchar_t* appName,
+                        YcRxAppNameCallback appNameCallback) {
+  return YcRxClassImp::createClass(name, parentName, dwgVersion, maintenanceVersion, proxyFlags,
+                                   constructor, dxfName, appName, appNameCallback, nullptr,
+                                   nullptr, nullptr, 0);
+}
+
+YcRxClass* newYcRxClassWithFeature(const wchar_t* name, const wchar_t* parentName,
+                                   unsigned int featureFlags, int proxyFlags,
+                                   YcRxPseudoConstructor constructor, const wchar_t* dxfName,
+                                   const wchar_t* appName) {
+  return YcRxClassImp::createClass(name, parentName, 0, 0, proxyFlags, constructor, dxfName,
+                                   appName, nullptr, nullptr, nullptr, nullptr, featureFlags);
+}
+
+YcRxClass* newYcRxClassWithFeature(const wchar_t* name, const wchar_t* parentName, int dwgVersion,
+                                   int maintenanceVersion, unsigned int featureFlags,
+                                   int proxyFlags, YcRxPseudoConstructor constructor,
+                                   const wchar_t* dxfName, const wchar_t* appName,
+                                   YcRxAppNameCallback appNameCallback) {
+  return YcRxClassImp::createClass(name, parentName, dwgVersion, maintenanceVersion, proxyFlags,
+                                   constructor, dxfName, appName, appNameCallback, nullptr,
+                                   nullptr, nullptr, featureFlags);
+}
+
+YcRxClass* newYcRxClassWithFeature(const wchar_t* name, const wchar_t* parentName, int dwgVersion,
+                                   int maintenanceVersion, int proxyFlags,
+                                   YcRxPseudoConstructor constructor, const wchar_t* dxfName,
+                                   const wchar_t* appName, YcRxAppNameCallback appNameCallback,
+                                   YcRxMemberCollectionConstructorPtr memberBuilder,
+                                   void* userData, unsigned int featureFlags) {
+  return YcRxClassImp::createClass(name, parentName, dwgVersion, maintenanceVersion, proxyFlags,
+                                   constructor, dxfName, appName, appNameCallback, memberBuilder,
+                                   userData, nullptr, featureFlags);
+}
+
+void deleteYcRxClass(YcRxClass* cls) {
+  if (cls) YcRxClassImp::cacheDoomedRxClass(cls);
+}
+
+void ycrxBuildClassHierarchy() {
+  YcRxDictionary* classes = ycrxGetModule() ? ycrxInternalGetClassDic() : nullptr;
+  if (!classes) return;
+  YcRxDictionaryIterator* it = classes->newIterator(YcRx::kDictKeyOrder);
+  for (; !it->done(); it->next())
+    if (YcRxObject* entry = it->object())
+      YcRxClassImp::initializeHierarchy(static_cast<YcRxClass*>(entry), classes);
+  delete it;
+}

@@ -1,0 +1,16 @@
+// Internal helpers shared by the runtime's own sources.
+#pragma once
+#include <cstdarg>
+
+class YcRxClass;
+
+// Reports through the module global's fatal-error routine (or straight to
+// ycrx_abort_v before start-up) and returns.
+void kmrxFatal(const wchar_t* format, ...);
+void kmrxFatalCode(int code);
+
+// The root descriptor slot: set by InitRxRootObject, never cleared.
+YcRxClass*& kmrxRootDescSlot();
+
+// Registers the runtime's own classes, in start-up order.
+void kmrxRegisterRuntimeClasses();

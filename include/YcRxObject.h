@@ -1,0 +1,27 @@
+// The root of every runtime object: identity by descriptor (isA/isKindOf),
+// cloning, comparison, and access to the protocol extensions of its class.
+#pragma once
+#include "KmErrorStatus.h"
+#include "KmRxExport.h"
+#include "YcRxTypes.h"
+
+class YcRxClass;
+
+class KMRX_API YcRxObject {
+public:
+  virtual ~YcRxObject();
+  virtual YcRxClass* isA() const;
+  virtual YcRxObject* clone() const;
+  virtual Ycad::ErrorStatus copyFrom(const YcRxObject* other);
+  virtual bool isEqualTo(const YcRxObject* other) const;
+  virtual YcRx::Ordering comparedTo(const YcRxObject* other) const;
+
+  // The root descriptor "AcRxObject".
+  static YcRxClass* desc();
+  static YcRxObject* cast(const YcRxObject* obj) { return const_cast<YcRxObject*>(obj); }
+
+  bool isKindOf(const YcRxClass* cls) const;
+  // The extension of cls on this object's class; x reports a fatal error when there is none.
+  YcRxObject* x(const YcRxClass* cls) const;
+  YcRxObject* queryX(const YcRxClass* cls) const;
+};

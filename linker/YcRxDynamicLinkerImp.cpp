@@ -1,0 +1,342 @@
+// The dynamic linker: construction, the load protocol, symbol look-up through
+// services, and the message texts.
+#include "YcRxDynamicLinkerImp.h"
+
+#include <cwchar>
+#include <string>
+
+#include "KmKernel32.h"
+#include "KmPathMaker.h"
+#include "KmResource.h"
+#include "KmWideText.h"
+#include "YcDbHostApplicationServices.h"
+#include "YcRxClass.h"
+#include "YcRxDictionaryImp.h"
+#include "YcRxDynLoadModuleProxy.h"
+#include "YcRxLinkedList.h"
+#include "YcRxModuleFunctions.h"
+#include "YcRxModuleGlobal.h"
+#include "YcRxService.h"
+#include "YcRxString.h"
+#include "core/YcRxInternal.h"
+#include "linker/YcRxLinkerInternal.h"
+
+YCRX_DEFINE_MEMBERS(YcRxDynamicLinker, L"AcRxDynamicLinker", L"AcRxObject")
+YCRX_DEFINE_MEMBERS(YcRxDynamicLinkerImp, L"YcRxDynamicLinkerImp", L"AcRxDynamicLinker")
+
+YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::spMySelf = nullptr;
+
+namespace {
+
+constexpr int kBuffer = 1024;
+constexpr unsigned kApiMajor = 15;
+constexpr unsigned kApiMinor = 20;
+
+// Records that a later load of the same path displaced from the module dictionary.
+YcArray<YcRxDynLoadModuleProxy*>& supersededRecords() {
+  static YcArray<YcRxDynLoadModuleProxy*> records(0, 8);
+  return records;
+}
+
+}  // namespace
+
+// --- shared helpers -------------------------------------------------------------
+
+YcadHostApplication* kmrxHostApp() {
+  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
+  return services ? services->application() : nullptr;
+}
+
+void kmrxShowMessage(int id, const wchar_t* arg, const wchar_t* detail) {
+  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
+  if (!services) return;
+  wchar_t format[kBuffer];
+  KmRxGetResString(id, format, kBuffer);
+  wchar_t text[kBuffer];
+  if (kmSwprintf(text, kBuffer, format, arg ? arg : L"") < 0) text[kBuffer - 1] = 0;
+  std::wstring shown(text);
+  if (detail && *detail) shown += std::wstring(L": ") + detail;
+  services->displayString(shown.c_str(), static_cast<int>(shown.size()));
+}
+
+void kmrxLogLine(const wchar_t* format, const wchar_t* fileName) {
+  YcadHostApplication* app = kmrxHostApp();
+  YcadHostLog* log = app ? app->logObject() : nullptr;
+  if (!log) return;
+  wchar_t text[kBuffer];
+  if (kmSwprintf(text, kBuffer, format, fileName ? fileName : L"") < 0) text[kBuffer - 1] = 0;
+  log->log(text, 0, 0, 0);
+}
+
+std::wstring kmrxModuleKey(const wchar_t* path) {
+  wchar_t full[kBuffer], key[kBuffer];
+  if (!KmPathMaker::getFullFileName(path, full, kBuffer)) return std::wstring(path ? path : L"");
+  if (!KmPathMaker::ToPlatformModuleName(full, key, kBuffer)) return std::wstring(full);
+  return std::wstring(key);
+}
+
+YcRxDictionary* kmrxServiceDictionary() {
+  YcRxDictionary* registry = ycrxGetModule() ? ycrxSysRegistry() : nullptr;
+  return registry ? static_cast<YcRxDictionary*>(registry->at(L"ServiceDictionary")) : nullptr;
+}
+
+YcRxDynamicLinkerImp* kmrxLinker() {
+  YcRxDictionary* registry = ycrxGetModule() ? ycrxSysRegistry() : nullptr;
+  return registry ? YcRxDynamicLinkerImp::cast(registry->at(L"DynamicLinker")) : nullptr;
+}
+
+bool KmRxGetResString(int id, wchar_t* buffer, int length) {
+  if (!buffer || length <= 0) return false;
+  HMODULE module = KmKernel32::GetModuleHandleW(L"KmRxRes.dll");
+  if (!module) module = loadResourceDll(L"KmRxRes.dll");
+  wchar_t text[kBuffer] = {0};
+  if (module) LoadStringW(module, static_cast<unsigned>(id), text, kBuffer);
+  const int n = static_cast<int>(std::wcslen(text));
+  if (n >= length) {
+    std::wmemcpy(buffer, text, static_cast<size_t>(length - 1));
+    buffer[length - 1] = 0;
+    return false;
+  }
+  std::wmemcpy(buffer, text, static_cast<size_t>(n) + 1);
+  return true;
+}
+
+// --- construction -------------------------------------------------------------------
+
+YcRxDynamicLinkerImp::YcRxDynamicLinkerImp()
+    : mpModules(YcRxDictionaryImp::createDictionary(20, false, false, true,
+                                                    YcRxDynLoadModuleProxy::desc())),
+      mpUnloadQueue(new YcRxLinkedList()),
+      mReactors(0, 8),
+      mpCurrentModule(nullptr),
+      mUnloadDepth(0),
+      mDbAppAwareCount(0) {
+  if (!spMySelf) {
+    // The library's own record: services the runtime registers are credited to it.
+    void* self = KmKernel32::GetModuleHandleFromAddress(reinterpret_cast<const void*>(&ycrxLoadModule));
+    spMySelf = YcRxDynLoadModuleProxy::createRxModuleProxy(self);
+    YcRxString path;
+    if (YcRxDynLoadModuleProxy::getModuleFileNameByHRXModule(self, path))
+      spMySelf->setFileName(path.rawString());
+  }
+  mpCurrentModule = spMySelf ? spMySelf->rxModuleHandle() : nullptr;
+}
+
+YcRxDynamicLinkerImp::~YcRxDynamicLinkerImp() {
+  cleanUp();
+  delete spMySelf;
+  spMySelf = nullptr;
+  delete mpModules;
+  delete mpUnloadQueue;
+}
+
+// --- look-ups ---------------------------------------------------------------------------
+
+YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::findRxModuleProxyByModuleName(const wchar_t* name,
+                                                                            bool raiseError) {
+  if (name && *name) {
+    YcRxObject* found = mpModules->at(kmrxModuleKey(name).c_str());
+    if (found) {
+      YcRxDynLoadModuleProxy* record = YcRxDynLoadModuleProxy::cast(found);
+      if (!record) kmrxFatalCode(Ycad::eWrongObjectClass);
+      return record;
+    }
+  }
+  if (raiseError) kmrxFatal(L"Cannot find module: \"%s\"", name ? name : L"");
+  return nullptr;
+}
+
+bool YcRxDynamicLinkerImp::handleRemoteURL(YcRxString& out, const wchar_t* name) {
+  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
+  if (!services) return false;
+  if (!services->isURL(name)) {
+    out = name;
+    return true;
+  }
+  wchar_t* buffer = out.getBuffer(kBuffer);
+  const Ycad::ErrorStatus status =
+      buffer ? services->getRemoteFile(name, buffer, kBuffer, false) : Ycad::eOutOfMemory;
+  out.releaseBuffer(-1);
+  return status == Ycad::eRemoteFetched || status == Ycad::eRemoteCached;
+}
+
+bool YcRxDynamicLinkerImp::isModuleLoaded(const wchar_t* name) {
+  if (!name || !*name) return false;
+  YcRxString local;
+  if (!handleRemoteURL(local, name)) return false;
+  return findRxModuleProxyByModuleName(name, false) != nullptr;
+}
+
+void* YcRxDynamicLinkerImp::getSymbolAddress(const wchar_t* serviceName, const char* symbol) {
+  if (!serviceName || !*serviceName) return nullptr;
+  YcRxDictionary* services = kmrxServiceDictionary();
+  YcRxService* service = services ? YcRxService::cast(services->at(serviceName)) : nullptr;
+  if (!service || !service->getSysInfo()) return nullptr;
+  YcRxDynLoadModuleProxy* record = YcRxDynLoadModuleProxy::cast(service->getSysInfo());
+  if (!record) {
+    kmrxFatalCode(Ycad::eWrongObjectClass);
+    return nullptr;
+  }
+  return record->getSymbolAddr(symbol);
+}
+
+void* YcRxDynamicLinkerImp::getSymbolAddress(const wchar_t* serviceName, const wchar_t* symbol) {
+  if (!serviceName) return nullptr;
+  // Only ordinals (values below 0x10000) are accepted in this form.
+  if (symbol && (reinterpret_cast<std::uintptr_t>(symbol) & 0xFFFF0000u) != 0) return nullptr;
+  return getSymbolAddress(serviceName, reinterpret_cast<const char*>(symbol));
+}
+
+// --- load protocol ------------------------------------------------------------------------
+
+bool YcRxDynamicLinkerImp::loadModule(const wchar_t* name, bool printIt, bool asCmd) {
+  if (!name || !*name) return false;
+  YcRxString local;
+  if (!handleRemoteURL(local, name)) return false;
+  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
+  if (!services) {
+    kmrxFatal(L"Cannot get host application service object!");
+    return false;
+  }
+  wchar_t* buffer = local.getBuffer(kBuffer);
+  if (!buffer) return false;
+  const Ycad::ErrorStatus found =
+      services->findFile(buffer, kBuffer, name, nullptr, YcDbHostApplicationServices::kModuleFile);
+  buffer[kBuffer - 1] = 0;
+  local.releaseBuffer(-1);
+  if (found != Ycad::eOk) return false;
+
+  YcRxDynLoadModuleProxy* record = verifyModule(local, printIt, asCmd);
+  if (!record) return false;
+  if (record->moduleRefCount() > 1) return true;
+
+  const std::wstring key = kmrxModuleKey(local.rawString());
+  // A record already under this key stays loaded and alive, out of the dictionary.
+  if (YcRxObject* previous = mpModules->remove(key.c_str()))
+    if (YcRxDynLoadModuleProxy* old = YcRxDynLoadModuleProxy::cast(previous))
+      supersededRecords().append(old);
+  mpModules->atPut(key.c_str(), record);
+  return startYrxLoadProtocol(record, printIt);
+}
+
+YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& path, bool printIt,
+                                                           bool asCmd) {
+  (void)mpModules->at(kmrxModuleKey(path.rawString()).c_str());  // looked up, deliberately unused
+  YcRxDynLoadModuleProxy* record = YcRxDynLoadModuleProxy::createRxModuleProxy(nullptr);
+  if (!record) return nullptr;
+  record->setFileName(path.rawString());
+  const unsigned int error = record->loadModule();
+  if (error != 0) {
+    if (printIt) {
+      if (error == KmKernel32::kErrorModNotFound) {
+        if (_waccess(path.rawString(), 0) == 0)
+          kmrxShowMessage(1008, path.rawString(), KmKernel32::GetLastLoadErrorText());
+        else
+          kmrxShowMessage(1010, path.rawString());
+      } else if (error == KmKernel32::kErrorBadExeFormat) {
+        kmrxShowMessage(1006, path.rawString());
+      }
+      (void)KmKernel32::GetLastError();
+      kmrxShowMessage(1001, path.rawString());
+    }
+    // The log keeps the loader's own words: they name a missing dependency.
+    std::wstring detail(path.rawString());
+    if (*KmKernel32::GetLastLoadErrorText())
+      detail += std::wstring(L": ") + KmKernel32::GetLastLoadErrorText();
+    kmrxLogLine(L"yrx %s load failure", detail.c_str());
+    delete record;
+    return nullptr;
+  }
+  record->setModuleType(asCmd ? 1 : 2);
+  if (!record->getSymbolAddr("ycrxGetApiVersion")) {
+    if (printIt) {
+      kmrxShowMessage(1006, path.rawString());
+      kmrxShowMessage(1001, path.rawString());
+    }
+    delete record;
+    return nullptr;
+  }
+  if (!record->getSymbolAddr("ycrxEntryPoint")) {
+    if (printIt) {
+      kmrxShowMessage(1004, path.rawString());
+      kmrxShowMessage(1001, path.rawString());
+    }
+    delete record;
+    return nullptr;
+  }
+  if (!yrxKeyCheck(record, printIt)) {
+    delete record;
+    return nullptr;
+  }
+  record->addModuleRef();
+  return record;
+}
+
+bool YcRxDynamicLinkerImp::yrxKeyCheck(YcRxDynLoadModuleProxy* record, bool) {
+  YcadHostApplication* app = kmrxHostApp();
+  if (!app) return true;
+  YcadVariableBuffer notify;
+  app->getVariable(L"YRXCHECKNOTIFY", notify);
+  if (notify.shortValue == 0) return true;
+  auto version = reinterpret_cast<YcRxApiVersionFunc>(record->getSymbolAddr("ycrxGetApiVersion"));
+  if (!version) return true;
+  const std::uint32_t v = version(0);
+  const unsigned major = v >> 16;
+  const unsigned minor = v & 0xFFFFu;
+  // Shown whatever printIt says: the user should know the module may misbehave.
+  if (major < kApiMajor)
+    kmrxShowMessage(1013, record->fileName());
+  else if (major > kApiMajor)
+    kmrxShowMessage(1014, record->fileName());
+  else if (minor < kApiMinor)
+    kmrxShowMessage(1013, record->fileName());
+  else if (minor > kApiMinor)
+    kmrxShowMessage(1014, record->fileName());
+  return true;
+}
+
+bool YcRxDynamicLinkerImp::startYrxLoadProtocol(YcRxDynLoadModuleProxy* record, bool printIt) {
+  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
+  YcadHostApplication* app = services ? services->application() : nullptr;
+  if (!app) return false;
+  // Taken now: a forced unload below deletes the record.
+  const std::wstring fileName(record->fileName() ? record->fileName() : L"");
+
+  sendBeginYrxLoading(fileName.c_str());
+  bool initialised;
+  {
+    CurrentLoadingModuleSwitcher loading(record);
+    record->setAppInLoaded(true);
+    initialised = record->sendMessageToApp(YcRx::kAppInitMsg, record);
+  }
+  if (!initialised) {
+    sendAbortYrxLoading(fileName.c_str());
+    record->setAppInLoaded(false);
+    kmrxLogLine(L"yrx %s load failure", fileName.c_str());
+    kmrxShowMessage(1001, fileName.c_str());
+    startYrxUnloadProtocol(record, true);
+    return false;
+  }
+  bool recordGone = false;
+  if (!record->isMDIAware() && !app->acceptsNonMdiAwareModules()) {
+    startYrxUnloadProtocol(record, true);
+    recordGone = true;
+    sendAbortYrxLoading(fileName.c_str());
+  }
+  ycrxBuildClassHierarchy();
+  sendEndYrxLoading(fileName.c_str());
+  if (!recordGone) record->setAppInLoaded(false);
+  kmrxLogLine(L"yrx %s load success", fileName.c_str());
+  if (printIt) kmrxShowMessage(1007, fileName.c_str());
+  return true;
+}
+
+// --- clean-up of records ---------------------------------------------------------------------
+
+void kmrxForgetSupersededRecord(YcRxDynLoadModuleProxy* record) { supersededRecords().remove(record); }
+
+void kmrxDeleteSupersededRecords() {
+  YcArray<YcRxDynLoadModuleProxy*>& records = supersededRecords();
+  for (int i = 0; i < records.length(); ++i) delete records[i];
+  records.setLogicalLength(0);
+}

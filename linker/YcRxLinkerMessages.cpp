@@ -1,0 +1,322 @@
+// Message delivery to modules, linker reactors, per-module flags and the
+// searches over the module dictionary.
+#include <cwchar>
+
+#include "KmPathMaker.h"
+#include "YcDbHostApplicationServices.h"
+#include "YcRxClass.h"
+#include "YcRxDLinkerReactor.h"
+#include "YcRxDictionaryImp.h"
+#include "YcRxDictionaryWalker.h"
+#include "YcRxDynLoadModuleProxy.h"
+#include "YcRxDynamicLinkerImp.h"
+#include "YcRxString.h"
+#include "core/YcRxInternal.h"
+#include "linker/YcRxLinkerInternal.h"
+
+YCRX_DEFINE_MEMBERS(YcRxDLinkerReactor, L"AcRxDLinkerReactor", L"AcRxObject")
+
+void YcRxDLinkerReactor::rxAppWillBeLoaded(const wchar_t*) {}
+void YcRxDLinkerReactor::rxAppLoaded(const wchar_t*) {}
+void YcRxDLinkerReactor::rxAppLoadAborted(const wchar_t*) {}
+void YcRxDLinkerReactor::rxAppWillBeUnloaded(const wchar_t*) {}
+void YcRxDLinkerReactor::rxAppUnloaded(const wchar_t*) {}
+void YcRxDLinkerReactor::rxAppUnloadAborted(const wchar_t*) {}
+
+RxYDSAppTableEntryType* YcRxDynamicLinkerImp::spCurYdsData = nullptr;
+
+RxYDSAppTableEntryType* YcRxDynamicLinkerImp::setCurYdsData(RxYDSAppTableEntryType* data) {
+  RxYDSAppTableEntryType* previous = spCurYdsData;
+  spCurYdsData = data;
+  return previous;
+}
+
+RxYDSAppTableEntryType* YcRxDynamicLinkerImp::getCurYdsData() { return spCurYdsData; }
+
+// Puts back the linker's current module handle and the current application
+// data when a delivery ends, also when the entry point throws.
+class SendAppMsgStackDataRestorer {
+public:
+  SendAppMsgStackDataRestorer(void** slot, RxYDSAppTableEntryType* data)
+      : mpSlot(slot), mpSaved(*slot), mpPreviousData(YcRxDynamicLinkerImp::setCurYdsData(data)) {}
+  ~SendAppMsgStackDataRestorer() {
+    *mpSlot = mpSaved;
+    YcRxDynamicLinkerImp::setCurYdsData(mpPreviousData);
+  }
+  SendAppMsgStackDataRestorer(const SendAppMsgStackDataRestorer&) = delete;
+  SendAppMsgStackDataRestorer& operator=(const SendAppMsgStackDataRestorer&) = delete;
+
+private:
+  void** mpSlot;
+  void* mpSaved;
+  RxYDSAppTableEntryType* mpPreviousData;
+};
+
+namespace {
+
+bool sameNameNoCase(const wchar_t* a, const wchar_t* b) { return a && b && ::wcscasecmp(a, b) == 0; }
+
+// Marks a record as receiving a message and as the host's module being loaded
+// for the length of one delivery.
+class DeliveryScope {
+public:
+  DeliveryScope(YcadHostApplication* app, YcRxDynLoadModuleProxy* record)
+      : mpApp(app), mpRecord(record), mSetFlag(!record->sendingMessage()) {
+    if (mSetFlag) record->setSendingMessage(true);
+    mpPrevious = app->setModuleBeingLoaded(record);
+  }
+  ~DeliveryScope() {
+    mpApp->setModuleBeingLoaded(mpPrevious);
+    if (mSetFlag) mpRecord->setSendingMessage(false);
+  }
+  DeliveryScope(const DeliveryScope&) = delete;
+  DeliveryScope& operator=(const DeliveryScope&) = delete;
+
+private:
+  YcadHostApplication* mpApp;
+  YcRxDynLoadModuleProxy* mpRecord;
+  bool mSetFlag;
+  YcRxDynLoadModuleProxy* mpPrevious = nullptr;
+};
+
+struct SearchNoMDIAwareModule {
+  bool operator()(YcRxObject* value, int) const {
+    auto* record = static_cast<YcRxDynLoadModuleProxy*>(value);
+    return !record->isMDIAware();
+  }
+};
+
+struct FindRxModuleProxyByHRxMod {
+  bool operator()(YcRxObject* value, void* handle) const {
+    return static_cast<YcRxDynLoadModuleProxy*>(value)->rxModuleHandle() == handle;
+  }
+};
+
+struct FindRxModuleProxyByAppName {
+  bool operator()(YcRxObject* value, const wchar_t* name) const {
+    return sameNameNoCase(static_cast<YcRxDynLoadModuleProxy*>(value)->appName(), name);
+  }
+};
+
+struct GetAllLoadedModules {
+  bool operator()(YcRxObject* value, YcArray<const YcRxDynLoadModuleProxy*>* out) const {
+    out->append(static_cast<YcRxDynLoadModuleProxy*>(value));
+    return false;
+  }
+};
+
+// The record behind an application handle; fatal 46 for an object of another class.
+YcRxDynLoadModuleProxy* recordOfHandle(void* appHandle) {
+  if (!appHandle) return nullptr;
+  auto* obj = static_cast<YcRxObject*>(appHandle);
+  if (obj->isA() != YcRxDynLoadModuleProxy::desc()) {
+    kmrxFatalCode(Ycad::eWrongObjectClass);
+    return nullptr;
+  }
+  return static_cast<YcRxDynLoadModuleProxy*>(obj);
+}
+
+}  // namespace
+
+// --- delivery -------------------------------------------------------------------
+
+bool YcRxDynamicLinkerImp::sendMessageToApp(YcRxDynLoadModuleProxy* record, YcRx::AppMsgCode code,
+                                            void* arg) {
+  if (!record) return false;
+  SendAppMsgStackDataRestorer restorer(&mpCurrentModule, record->ydsAppData());
+  mpCurrentModule = record->rxModuleHandle();
+  auto entry = reinterpret_cast<YcRxEntryPointFunc>(record->getSymbolAddr("ycrxEntryPoint"));
+  if (!entry) {
+    kmrxFatal(L"Cannot find YRX entry point from module: \"%s\"!!!",
+              record->fileName() ? record->fileName() : L"");
+    return false;
+  }
+  CurrentLoadingModuleSwitcher loading(record);
+  return entry(code, arg) == YcRx::kAppRetOk;
+}
+
+bool YcRxDynamicLinkerImp::sendMessageToApp(const wchar_t* fileName, YcRx::AppMsgCode code, void* arg) {
+  if (!fileName || !*fileName) return false;
+  YcadHostApplication* app = kmrxHostApp();
+  if (!app) return false;
+  YcRxDynLoadModuleProxy* target = nullptr;
+  YcRxDictionaryIterator* it = mpModules->newIterator(YcRx::kDictKeyOrder);
+  for (; !it->done() && !target; it->next()) {
+    auto* record = static_cast<YcRxDynLoadModuleProxy*>(it->object());
+    if (!record || !record->fileName()) continue;
+    wchar_t full[1024];
+    if (sameNameNoCase(record->fileName(), fileName) ||
+        (KmPathMaker::getFullFileName(record->fileName(), full, 1024) && sameNameNoCase(full, fileName)))
+      target = record;
+  }
+  delete it;
+  if (!target) return false;
+  DeliveryScope scope(app, target);
+  sendMessageToApp(target, code, arg);
+  return true;
+}
+
+int YcRxDynamicLinkerImp::sendMessageToAllApp(YcRx::AppMsgCode code, void* arg) {
+  YcadHostApplication* app = kmrxHostApp();
+  if (!app) return 0;
+  YcRxDictionaryIterator* it = mpModules->newIterator(YcRx::kDictKeyOrder);
+  if (!it) return 0;
+  for (; !it->done(); it->next()) {
+    auto* record = static_cast<YcRxDynLoadModuleProxy*>(it->object());
+    if (!record) continue;
+    DeliveryScope scope(app, record);
+    sendMessageToApp(record, code, arg);
+  }
+  delete it;
+  return 0;
+}
+
+// --- reactors -----------------------------------------------------------------------
+
+void YcRxDynamicLinkerImp::addReactor(YcRxDLinkerReactor* reactor) {
+  if (reactor) mReactors.append(reactor);
+}
+
+void YcRxDynamicLinkerImp::removeReactor(YcRxDLinkerReactor* reactor) { mReactors.remove(reactor); }
+
+void YcRxDynamicLinkerImp::addDbAppAware(YcRxDLinkerReactor* reactor) {
+  if (!reactor) return;
+  ++mDbAppAwareCount;
+  mReactors.insertAt(0, reactor);  // database-aware reactors hear everything first
+}
+
+void YcRxDynamicLinkerImp::removeDbAppAware(YcRxDLinkerReactor* reactor) {
+  if (!reactor) return;
+  mReactors.remove(reactor);
+  --mDbAppAwareCount;
+}
+
+void YcRxDynamicLinkerImp::clearAllRxReactor(const YcRxClass* cls) {
+  if (!cls) {
+    mReactors.setLogicalLength(0);
+    return;
+  }
+  const bool dbAware = cls->name() && std::wcscmp(cls->name(), L"YcDbAppAware") == 0;
+  try {
+    for (int i = 0; i < mReactors.length(); ++i) {
+      YcRxDLinkerReactor* reactor = mReactors[i];
+      if (reactor && reactor->isA() == cls) {
+        mReactors.removeAt(i);
+        --i;
+        if (dbAware) --mDbAppAwareCount;
+      }
+    }
+  } catch (...) {
+    // A reactor that throws from isA ends the walk.
+  }
+}
+
+#define KMRX_NOTIFY_REACTORS(method, fileName)                       \
+  do {                                                               \
+    const int n = mReactors.length();                                \
+    for (int i = 0; i < n && i < mReactors.length(); ++i)            \
+      if (YcRxDLinkerReactor* r = mReactors[i]) r->method(fileName); \
+  } while (0)
+
+void YcRxDynamicLinkerImp::sendBeginYrxLoading(const wchar_t* f) { KMRX_NOTIFY_REACTORS(rxAppWillBeLoaded, f); }
+void YcRxDynamicLinkerImp::sendEndYrxLoading(const wchar_t* f) { KMRX_NOTIFY_REACTORS(rxAppLoaded, f); }
+void YcRxDynamicLinkerImp::sendAbortYrxLoading(const wchar_t* f) { KMRX_NOTIFY_REACTORS(rxAppLoadAborted, f); }
+void YcRxDynamicLinkerImp::sendBeginYrxUnloading(const wchar_t* f) { KMRX_NOTIFY_REACTORS(rxAppWillBeUnloaded, f); }
+void YcRxDynamicLinkerImp::sendEndYrxUnloading(const wchar_t* f) { KMRX_NOTIFY_REACTORS(rxAppUnloaded, f); }
+void YcRxDynamicLinkerImp::sendAbortYrxUnloading(const wchar_t* f) { KMRX_NOTIFY_REACTORS(rxAppUnloadAborted, f); }
+
+#undef KMRX_NOTIFY_REACTORS
+
+// --- per-module flags -------------------------------------------------------------------
+
+bool YcRxDynamicLinkerImp::lockApplication(void* appHandle) {
+  YcRxDynLoadModuleProxy* record = recordOfHandle(appHandle);
+  if (!record) return false;
+  record->lock();
+  return true;
+}
+
+bool YcRxDynamicLinkerImp::unlockApplication(void* appHandle) {
+  YcRxDynLoadModuleProxy* record = recordOfHandle(appHandle);
+  if (!record) return false;
+  record->unlock();
+  return true;
+}
+
+bool YcRxDynamicLinkerImp::registerAppMDIAware(void* appHandle) {
+  YcRxDynLoadModuleProxy* record = recordOfHandle(appHandle);
+  if (!record) return false;
+  record->setMDIAware(true);
+  return true;
+}
+
+bool YcRxDynamicLinkerImp::registerAppNotMDIAware(void* appHandle) {
+  YcRxDynLoadModuleProxy* record = recordOfHandle(appHandle);
+  if (!record) return false;
+  record->setMDIAware(false);
+  return true;
+}
+
+bool YcRxDynamicLinkerImp::isApplicationLocked(const wchar_t* name) {
+  if (!name || !*name) return false;
+  YcRxString local;
+  if (!handleRemoteURL(local, name)) return false;
+  auto* record = YcRxDynLoadModuleProxy::cast(mpModules->at(kmrxModuleKey(local.rawString()).c_str()));
+  return record && record->isLocked();
+}
+
+// Unknown modules answer true, deliberately: callers treat them as harmless.
+bool YcRxDynamicLinkerImp::isAppMDIAware(const wchar_t* name) {
+  if (!name || !*name) return false;
+  YcRxDynLoadModuleProxy* record = findRxModuleProxyByModuleName(name, false);
+  return record ? record->isMDIAware() : true;
+}
+
+bool YcRxDynamicLinkerImp::isAppBusy(const wchar_t* name) {
+  if (!name || !*name) return false;
+  YcRxDynLoadModuleProxy* record = findRxModuleProxyByModuleName(name, false);
+  return record ? record->isBusy() : true;
+}
+
+void YcRxDynamicLinkerImp::setAppBusy(const wchar_t* name, bool busy) {
+  if (YcRxDynLoadModuleProxy* record = findRxModuleProxyByModuleName(name, false)) record->setBusy(busy);
+}
+
+const wchar_t* YcRxDynamicLinkerImp::ProductKey() {
+  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
+  return services ? services->productKey() : nullptr;
+}
+
+unsigned int YcRxDynamicLinkerImp::ProductLcid() {
+  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
+  return services ? services->productLcid() : 0;
+}
+
+// --- searches ------------------------------------------------------------------------------
+
+bool YcRxDynamicLinkerImp::hasNoMDIAwareModule() {
+  YcRxDictionaryWalker<YcRxDictionary, SearchNoMDIAwareModule, int> walker(mpModules);
+  return walker.go(0) != nullptr;
+}
+
+YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::findRxModuleProxyByHRXMod(void* handle) {
+  if (!handle) return nullptr;
+  YcRxDictionaryWalker<YcRxDictionary, FindRxModuleProxyByHRxMod, void*> walker(mpModules);
+  return static_cast<YcRxDynLoadModuleProxy*>(walker.go(handle));
+}
+
+YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::findRxModuleProxyByAppName(const wchar_t* appName) {
+  if (!appName || !*appName) return nullptr;
+  YcRxDictionaryWalker<YcRxDictionary, FindRxModuleProxyByAppName, const wchar_t*> walker(mpModules);
+  return static_cast<YcRxDynLoadModuleProxy*>(walker.go(appName));
+}
+
+void YcRxDynamicLinkerImp::getLoadedModules(YcArray<const YcRxDynLoadModuleProxy*>& modules) {
+  YcRxDictionaryWalker<YcRxDictionary, GetAllLoadedModules, YcArray<const YcRxDynLoadModuleProxy*>*>
+      walker(mpModules);
+  walker.go(&modules);
+}
+
+int YcRxDynamicLinkerImp::loadedModuleCount() const {
+  return static_cast<int>(mpModules->numEntries());
+}

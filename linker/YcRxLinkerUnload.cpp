@@ -1,0 +1,153 @@
+// The unload protocol: the module is asked to let go, loses its services and
+// classes, observers are told, and it is released in queue order when the
+// outermost unload ends.
+#include "YcDbHostApplicationServices.h"
+#include "YcRxClassImp.h"
+#include "YcRxDictionaryImp.h"
+#include "YcRxDictionaryWalker.h"
+#include "YcRxDynLoadModuleProxy.h"
+#include "YcRxDynamicLinkerImp.h"
+#include "YcRxLinkedList.h"
+#include "YcRxModuleGlobal.h"
+#include "YcRxService.h"
+#include "linker/YcRxLinkerInternal.h"
+
+#include <string>
+
+namespace {
+
+// Shared by nested runs: a refusal anywhere makes the outer run report failure too.
+bool bUnloadSucceed = true;
+bool bNeedManageMDIMode = false;
+
+struct DelAllDynModuleProxy {
+  bool operator()(YcRxObject* value, int) const {
+    _safeDeleteModuleObjectCE(value, YcRxDynamicLinkerImp::mySelf());
+    return false;
+  }
+};
+
+}  // namespace
+
+void _safeDeleteModuleObjectSE(YcRxObject* object, YcRxObject* self) {
+  if (object && object != self) delete object;
+}
+
+void _safeDeleteModuleObjectCE(YcRxObject* object, YcRxObject* self) {
+  try {
+    _safeDeleteModuleObjectSE(object, self);
+  } catch (...) {
+    // A record whose module throws while going away must not stop the clean-up.
+  }
+}
+
+bool YcRxDynamicLinkerImp::unloadModule(const wchar_t* name, bool flag) {
+  if (!name || !*name) return false;
+  YcRxDynLoadModuleProxy* record = findRxModuleProxyByModuleName(name, false);
+  if (!record) return false;
+  if (record->isLocked() || record->sendingMessage()) {
+    kmrxShowMessage(1005, record->fileName());
+    return false;
+  }
+  // The count before the release: a single load leaves 1, so the first call
+  // only lowers it and the second one unloads. Callers pair them so.
+  if (record->releaseModuleRef() > 0) return !flag;
+  return startYrxUnloadProtocol(record, true);
+}
+
+bool YcRxDynamicLinkerImp::unloadApp(const wchar_t* appName, bool flag) {
+  if (!appName || !*appName) return false;
+  YcRxDynLoadModuleProxy* record = findRxModuleProxyByAppName(appName);
+  if (!record) return false;
+  return unloadModule(record->fileName(), flag);
+}
+
+bool YcRxDynamicLinkerImp::startYrxUnloadProtocol(YcRxDynLoadModuleProxy* record, bool force) {
+  if (!record) return false;
+  // Taken now: the record may be released and deleted before the end.
+  const std::wstring fileName(record->fileName() ? record->fileName() : L"");
+  record->releaseModuleRef();
+  kmrxLogLine(L"yrx %s unload", fileName.c_str());
+  beginUnloadYrxModule();
+  sendBeginYrxUnloading(fileName.c_str());
+  const bool accepted = record->sendMessageToApp(YcRx::kAppUnloadMsg, record);
+  if (accepted || force) {
+    notifyYrxUnloadingToEdSys(record);
+    unloadRegistedServices(record);
+    resetRegistedClassesbyModule(record);
+    sendEndYrxUnloading(fileName.c_str());
+    if (!bNeedManageMDIMode) bNeedManageMDIMode = !record->isMDIAware();
+    mpUnloadQueue->addTail(record);
+    if (doPhysicalUnload()) physicallyUnloadModulesInQueueOrder();
+  } else {
+    record->addModuleRef();
+    bUnloadSucceed = false;
+    sendAbortYrxUnloading(fileName.c_str());
+  }
+  if (bNeedManageMDIMode && !hasNoMDIAwareModule()) {
+    if (YcadHostApplication* app = kmrxHostApp()) app->resumeMultiDocument();
+    bNeedManageMDIMode = false;
+  }
+  endUnloadYrxModule();
+  const bool result = bUnloadSucceed;
+  bUnloadSucceed = true;
+  return result;
+}
+
+void YcRxDynamicLinkerImp::notifyYrxUnloadingToEdSys(YcRxDynLoadModuleProxy*) {
+  // The place to tell the host's editor system; it has nothing to hear yet.
+}
+
+void YcRxDynamicLinkerImp::unloadRegistedServices(YcRxDynLoadModuleProxy* record) {
+  if (!record) return;
+  YcRxDictionary* services = kmrxServiceDictionary();
+  if (!services) return;
+  YcRxDictionaryIterator* it = services->newIterator(YcRx::kDictIdOrder);
+  while (!it->done()) {
+    YcRxService* service = YcRxService::cast(it->object());
+    if (service && service->getSysInfo() == record) services->remove(it->id());
+    if (!it->next()) break;
+  }
+  delete it;
+}
+
+void YcRxDynamicLinkerImp::resetRegistedClassesbyModule(YcRxDynLoadModuleProxy* record) {
+  if (!record) return;
+  YcRxDictionary* classes = ycrxInternalGetClassDic();
+  YcRxDictionaryIterator* it = classes->newIterator(YcRx::kDictIdOrder);
+  for (; !it->done(); it->next()) {
+    YcRxClassImp* cls = YcRxClassImp::getImplRxClass(static_cast<YcRxClass*>(it->object()));
+    if (cls && cls->moduleProxy() == record) cls->setModuleProxy(nullptr);
+  }
+  delete it;
+}
+
+void YcRxDynamicLinkerImp::beginUnloadYrxModule() { ++mUnloadDepth; }
+
+void YcRxDynamicLinkerImp::endUnloadYrxModule() {
+  if (--mUnloadDepth == 0) YcRxClassImp::destroyDoomedRxClasses(true);
+}
+
+bool YcRxDynamicLinkerImp::doPhysicalUnload() const { return mUnloadDepth == 1; }
+
+void YcRxDynamicLinkerImp::physicallyUnloadModulesInQueueOrder() {
+  while (mpUnloadQueue->count() != 0) {
+    auto* record = static_cast<YcRxDynLoadModuleProxy*>(mpUnloadQueue->removeFront());
+    if (!record) continue;
+    record->unloadModule();
+    const std::wstring key = kmrxModuleKey(record->fileName());
+    // Only this record's own entry goes; a later load of the path may stand there.
+    if (mpModules->at(key.c_str()) == record) mpModules->remove(key.c_str());
+    kmrxForgetSupersededRecord(record);
+    delete record;
+  }
+}
+
+void YcRxDynamicLinkerImp::cleanUp() {
+  {
+    YcRxDictionaryWalker<YcRxDictionary, DelAllDynModuleProxy, int> walker(mpModules);
+    walker.go(0);
+  }
+  static_cast<YcRxDictionaryImp*>(mpModules)->clear(false);
+  kmrxDeleteSupersededRecords();
+}

@@ -1,0 +1,46 @@
+// Module loading, symbols and the current directory under the names the
+// runtime is written against, over this platform's dynamic loader.
+//
+// Error codes left for GetLastError: 126 when the file or a module it depends
+// on is missing, 193 when the file is not a loadable module for this machine,
+// 5 when it cannot be read, 127 when a symbol is missing.
+#pragma once
+#include <cstddef>
+#include "KmRxExport.h"
+
+typedef void* HMODULE;
+typedef unsigned int DWORD;
+typedef int BOOL;
+
+namespace KmKernel32 {
+
+enum : DWORD {
+  kErrorSuccess = 0,
+  kErrorFileNotFound = 2,
+  kErrorAccessDenied = 5,
+  kErrorModNotFound = 126,
+  kErrorProcNotFound = 127,
+  kErrorBadExeFormat = 193,
+};
+
+KMRX_API HMODULE LoadLibraryExW(const wchar_t* fileName, void* reserved, DWORD flags);
+KMRX_API void* GetProcAddress(HMODULE module, const char* name);
+// Releases one load; true on success.
+KMRX_API BOOL FreeLibrary(HMODULE module);
+// The handle of a module already loaded (by path or file name), without
+// loading or counting it; null names the host program itself.
+KMRX_API HMODULE GetModuleHandleW(const wchar_t* name);
+// The handle of the loaded module that holds address (a function or variable of it).
+KMRX_API HMODULE GetModuleHandleFromAddress(const void* address);
+// Full path of a loaded module into buffer; returns its length, 0 on failure.
+KMRX_API DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size);
+// Returns the length written, or the size needed when buffer is too small.
+KMRX_API DWORD GetCurrentDirectoryW(DWORD size, wchar_t* buffer);
+KMRX_API BOOL SetCurrentDirectoryW(const wchar_t* path);
+KMRX_API DWORD GetLastError();
+KMRX_API void SetLastError(DWORD code);
+// The loader's own words for the last failed load (names a missing
+// dependency or symbol); empty when the last load succeeded.
+KMRX_API const wchar_t* GetLastLoadErrorText();
+
+}  // namespace KmKernel32

@@ -1,0 +1,138 @@
+// Path helpers over POSIX paths; "\" is taken as a separator too, since
+// names written for the host's original platform use it.
+#include "KmPathMaker.h"
+
+#include <cwchar>
+#include <string>
+#include <vector>
+
+#include "KmKernel32.h"
+#include "KmOsCalls.h"
+#include "KmUtf8.h"
+
+namespace {
+
+constexpr std::size_t kSplitBuffer = 1024;
+
+bool isSeparator(wchar_t c) { return c == L'/' || c == L'\\'; }
+
+bool store(const std::wstring& text, wchar_t* out, std::size_t outCount) {
+  if (!out || outCount == 0) return false;
+  if (text.size() >= outCount) {
+    out[0] = 0;
+    return false;
+  }
+  std::wmemcpy(out, text.c_str(), text.size() + 1);
+  return true;
+}
+
+void storeTruncated(const std::wstring& text, wchar_t* out) {
+  if (!out) return;
+  const std::size_t n = text.size() < kSplitBuffer - 1 ? text.size() : kSplitBuffer - 1;
+  std::wmemcpy(out, text.c_str(), n);
+  out[n] = 0;
+}
+
+// Position just after the last separator (0 when there is none).
+std::size_t nameStart(const std::wstring& path) {
+  for (std::size_t i = path.size(); i > 0; --i)
+    if (isSeparator(path[i - 1])) return i;
+  return 0;
+}
+
+// Position of the extension's dot within the name part, or npos.
+std::size_t extensionStart(const std::wstring& path) {
+  const std::size_t start = nameStart(path);
+  const std::size_t dot = path.rfind(L'.');
+  return (dot == std::wstring::npos || dot < start) ? std::wstring::npos : dot;
+}
+
+}  // namespace
+
+bool KmPathMaker::getFullFileName(const wchar_t* path, wchar_t* out, std::size_t outCount) {
+  if (!path || !*path) {
+    if (out && outCount) out[0] = 0;
+    return false;
+  }
+  std::wstring full(path);
+  for (wchar_t& c : full)
+    if (c == L'\\') c = L'/';
+  if (full[0] != L'/') {
+    wchar_t cwd[4096];
+    if (!KmKernel32::GetCurrentDirectoryW(4096, cwd) || cwd[0] == 0) {
+      if (out && outCount) out[0] = 0;
+      return false;
+    }
+    full = std::wstring(cwd) + L"/" + full;
+  }
+  // Resolve "." and ".." and collapse repeated separators.
+  std::vector<std::wstring> parts;
+  std::size_t i = 0;
+  while (i < full.size()) {
+    std::size_t j = full.find(L'/', i);
+    if (j == std::wstring::npos) j = full.size();
+    std::wstring part = full.substr(i, j - i);
+    if (part == L"..") {
+      if (!parts.empty()) parts.pop_back();
+    } else if (!part.empty() && part != L".") {
+      parts.push_back(part);
+    }
+    i = j + 1;
+  }
+  std::wstring result;
+  for (const std::wstring& part : parts) result += L"/" + part;
+  if (result.empty()) result = L"/";
+  return store(result, out, outCount);
+}
+
+bool KmPathMaker::getFileName(const wchar_t* path, wchar_t* out, std::size_t outCount) {
+  if (!path) {
+    if (out && outCount) out[0] = 0;
+    return false;
+  }
+  const std::wstring p(path);
+  const std::size_t start = nameStart(p);
+  const std::size_t dot = extensionStart(p);
+  return store(p.substr(start, (dot == std::wstring::npos ? p.size() : dot) - start), out, outCount);
+}
+
+bool KmPathMaker::getExtFileName(const wchar_t* path, wchar_t* out, std::size_t outCount) {
+  if (!path) {
+    if (out && outCount) out[0] = 0;
+    return false;
+  }
+  const std::wstring p(path);
+  const std::size_t dot = extensionStart(p);
+  return store(dot == std::wstring::npos ? std::wstring() : p.substr(dot), out, outCount);
+}
+
+bool KmPathMaker::ToPlatformModuleName(const wchar_t* name, wchar_t* out, std::size_t outCount) {
+  if (!name) {
+    if (out && outCount) out[0] = 0;
+    return false;
+  }
+  std::wstring p(name);
+  for (wchar_t& c : p)
+    if (c == L'\\') c = L'/';
+  return store(p, out, outCount);
+}
+
+bool KmFileSystem::isFileExisting(const wchar_t* path) {
+  if (!path || !*path) return false;
+  return kmOsTable().isRegularFile(kmToUtf8(path).c_str()) == 1;
+}
+
+void _wsplitpath(const wchar_t* path, wchar_t* drive, wchar_t* dir, wchar_t* fname, wchar_t* ext) {
+  const std::wstring p(path ? path : L"");
+  const std::size_t start = nameStart(p);
+  const std::size_t dot = extensionStart(p);
+  storeTruncated(std::wstring(), drive);  // no drives on this platform
+  storeTruncated(p.substr(0, start), dir);
+  storeTruncated(p.substr(start, (dot == std::wstring::npos ? p.size() : dot) - start), fname);
+  storeTruncated(dot == std::wstring::npos ? std::wstring() : p.substr(dot), ext);
+}
+
+int _waccess(const wchar_t* path, int mode) {
+  if (!path) return -1;
+  return kmOsTable().fileAccess(kmToUtf8(path).c_str(), mode) == 0 ? 0 : -1;
+}

@@ -1,0 +1,156 @@
+// Protocol reactors: per-class managers (kept as protocol extensions) holding
+// one reactor list per reactor class.
+#include "YcArray.h"
+#include "YcRxClass.h"
+#include "YcRxProtocolReactorIteratorImp.h"
+#include "YcRxProtocolReactorListIteratorImp.h"
+#include "YcRxProtocolReactorManagerFactoryImp.h"
+#include "YcRxProtocolReactorManagerImp.h"
+
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactor, L"AcRxProtocolReactor", L"AcRxObject")
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactorIterator, L"AcRxProtocolReactorIterator", L"AcRxObject")
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactorIteratorImp, L"YcRxProtocolReactorIteratorImp",
+                    L"AcRxProtocolReactorIterator")
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactorList, L"AcRxProtocolReactorList", L"AcRxObject")
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactorListImp, L"YcRxProtocolReactorListImp",
+                    L"AcRxProtocolReactorList")
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactorListIterator, L"AcRxProtocolReactorListIterator",
+                    L"AcRxObject")
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactorListIteratorImp, L"YcRxProtocolReactorListIteratorImp",
+                    L"AcRxProtocolReactorListIterator")
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactorManager, L"AcRxProtocolReactorManager", L"AcRxObject")
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactorManagerImp, L"YcRxProtocolReactorManagerImp",
+                    L"AcRxProtocolReactorManager")
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactorManagerFactory, L"AcRxProtocolReactorManagerFactory",
+                    L"AcRxService")
+YCRX_DEFINE_MEMBERS(YcRxProtocolReactorManagerFactoryImp, L"YcRxProtocolReactorManagerFactoryImp",
+                    L"AcRxProtocolReactorManagerFactory")
+
+// --- factory ------------------------------------------------------------------
+
+namespace {
+YcArray<YcRxProtocolReactorManagerImp*>& createdManagers() {
+  static YcArray<YcRxProtocolReactorManagerImp*> managers(0, 8);
+  return managers;
+}
+}  // namespace
+
+YcRxProtocolReactorManagerFactoryImp::~YcRxProtocolReactorManagerFactoryImp() {
+  YcArray<YcRxProtocolReactorManagerImp*>& managers = createdManagers();
+  for (int i = 0; i < managers.length(); ++i) delete managers[i];
+  managers.setLogicalLength(0);
+}
+
+YcRxProtocolReactorManager* YcRxProtocolReactorManagerFactoryImp::createReactorManager(
+    YcRxClass* cls) const {
+  if (!cls) return nullptr;
+  if (YcRxProtocolReactorManager* found =
+          YcRxProtocolReactorManager::cast(cls->queryX(YcRxProtocolReactorManager::desc())))
+    return found;
+  auto* manager = new YcRxProtocolReactorManagerImp();
+  createdManagers().append(manager);
+  YcRxObject* previous = cls->addX(YcRxProtocolReactorManager::desc(), manager);
+  if (previous && previous != manager) delete previous;
+  return manager;
+}
+
+// --- manager ---------------------------------------------------------------------
+
+YcRxProtocolReactorManagerImp::YcRxProtocolReactorManagerImp() = default;
+
+YcRxProtocolReactorManagerImp::~YcRxProtocolReactorManagerImp() { clearAllList(); }
+
+YcRxProtocolReactorList* YcRxProtocolReactorManagerImp::createReactorList(YcRxClass* reactorClass) {
+  if (!reactorClass) return nullptr;
+  if (YcRxProtocolReactorListImp* found = findReactorList(reactorClass)) return found;
+  auto* list = new YcRxProtocolReactorListImp(reactorClass);
+  mLists.addTail(list);
+  return list;
+}
+
+YcRxProtocolReactorListIterator* YcRxProtocolReactorManagerImp::newIterator() const {
+  return new YcRxProtocolReactorListIteratorImp(this);
+}
+
+YcRxProtocolReactorListImp* YcRxProtocolReactorManagerImp::findReactorList(YcRxClass* reactorClass) const {
+  if (!reactorClass) return nullptr;
+  for (YcRxLinkedNode* n = mLists.frontNode(); n; n = n->next()) {
+    auto* list = static_cast<YcRxProtocolReactorListImp*>(n->object());
+    if (list && list->reactorClass() == reactorClass) return list;
+  }
+  return nullptr;
+}
+
+void YcRxProtocolReactorManagerImp::clearAllList() {
+  for (YcRxLinkedNode* n = mLists.frontNode(); n; n = n->next()) delete n->object();
+  mLists.removeAll();
+}
+
+// --- reactor list -------------------------------------------------------------------
+
+YcRxProtocolReactorListImp::YcRxProtocolReactorListImp(YcRxClass* reactorClass)
+    : mpReactorClass(reactorClass) {}
+
+YcRxProtocolReactorListImp::~YcRxProtocolReactorListImp() = default;
+
+Ycad::ErrorStatus YcRxProtocolReactorListImp::addReactor(YcRxProtocolReactor* reactor) {
+  if (!reactor) return Ycad::eOk;
+  YcRxClass* cls = reactor->isA();
+  if (!cls || !cls->isDerivedFrom(mpReactorClass)) return Ycad::eWrongObjectClass;
+  for (YcRxLinkedNode* n = mReactors.frontNode(); n; n = n->next())
+    if (n->object() == reactor) return Ycad::eOk;
+  mReactors.addTail(reactor);
+  return Ycad::eOk;
+}
+
+Ycad::ErrorStatus YcRxProtocolReactorListImp::removeReactor(YcRxProtocolReactor* reactor) {
+  mReactors.removeAt(static_cast<YcRxObject*>(reactor));
+  return Ycad::eOk;
+}
+
+YcRxProtocolReactorIterator* YcRxProtocolReactorListImp::newIterator() const {
+  return new YcRxProtocolReactorIteratorImp(this);
+}
+
+// --- iterators -------------------------------------------------------------------------
+
+YcRxProtocolReactorIteratorImp::YcRxProtocolReactorIteratorImp(const YcRxProtocolReactorListImp* list)
+    : mpList(list), mpCursor(list ? list->internalIterator() : nullptr) {}
+
+YcRxProtocolReactorIteratorImp::~YcRxProtocolReactorIteratorImp() { delete mpCursor; }
+
+YcRxClass* YcRxProtocolReactorIteratorImp::reactorClass() const {
+  return mpList ? mpList->reactorClass() : nullptr;
+}
+
+void YcRxProtocolReactorIteratorImp::start() {
+  delete mpCursor;
+  mpCursor = mpList ? mpList->internalIterator() : nullptr;
+}
+
+bool YcRxProtocolReactorIteratorImp::next() { return mpCursor ? mpCursor->next() : false; }
+
+bool YcRxProtocolReactorIteratorImp::done() const { return mpCursor ? mpCursor->done() : true; }
+
+YcRxProtocolReactor* YcRxProtocolReactorIteratorImp::object() const {
+  return mpCursor ? YcRxProtocolReactor::cast(mpCursor->object()) : nullptr;
+}
+
+YcRxProtocolReactorListIteratorImp::YcRxProtocolReactorListIteratorImp(
+    const YcRxProtocolReactorManagerImp* manager)
+    : mpManager(manager), mpCursor(manager ? manager->internalIterator() : nullptr) {}
+
+YcRxProtocolReactorListIteratorImp::~YcRxProtocolReactorListIteratorImp() { delete mpCursor; }
+
+void YcRxProtocolReactorListIteratorImp::start() {
+  delete mpCursor;
+  mpCursor = mpManager ? mpManager->internalIterator() : nullptr;
+}
+
+bool YcRxProtocolReactorListIteratorImp::next() { return mpCursor ? mpCursor->next() : false; }
+
+bool YcRxProtocolReactorListIteratorImp::done() const { return mpCursor ? mpCursor->done() : true; }
+
+YcRxProtocolReactorList* YcRxProtocolReactorListIteratorImp::object() const {
+  return mpCursor ? YcRxProtocolReactorList::cast(mpCursor->object()) : nullptr;
+}
