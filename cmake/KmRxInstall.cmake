@@ -19,5 +19,7 @@ install(FILES ${PROJECT_BINARY_DIR}/KmRxConfig.cmake
               cmake/KmRxModule.cmake
         DESTINATION ${KMRX_CMAKE_DIR})
 
+# Relative to the .pc file, so the package can be installed under any prefix.
+file(RELATIVE_PATH KMRX_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(cmake/kmrx.pc.in ${PROJECT_BINARY_DIR}/kmrx.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kmrx.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
