@@ -48,9 +48,8 @@ YcRxObject* YcRxMap::setAt(const YcRxObject* key, YcRxObject* value) {
   if (it && !it->done()) {
     result = setAt(it, value);
   } else {
-    YcRxObject* copy = key->clone();
-    // A key whose class cannot clone is kept out rather than stored as null.
-    if (copy) mTree.emplace(copy, value);
+    // A key whose class cannot clone is stored as a null key, which orders first.
+    mTree.emplace(key->clone(), value);
   }
   delete it;
   return result;

@@ -34,8 +34,8 @@ constexpr unsigned kApiMinor = 20;
 
 // Records that a later load of the same path displaced from the module dictionary.
 YcArray<YcRxDynLoadModuleProxy*>& supersededRecords() {
-  static YcArray<YcRxDynLoadModuleProxy*> records(0, 8);
-  return records;
+  static auto* records = new YcArray<YcRxDynLoadModuleProxy*>(0, 8);
+  return *records;
 }
 
 }  // namespace
@@ -227,10 +227,12 @@ YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& pat
   record->setFileName(path.rawString());
   const unsigned int error = record->loadModule();
   if (error != 0) {
+    // Copied now: loading the message texts below resets the loader's text.
+    const std::wstring loaderText(KmKernel32::GetLastLoadErrorText());
     if (printIt) {
       if (error == KmKernel32::kErrorModNotFound) {
         if (_waccess(path.rawString(), 0) == 0)
-          kmrxShowMessage(1008, path.rawString(), KmKernel32::GetLastLoadErrorText());
+          kmrxShowMessage(1008, path.rawString(), loaderText.c_str());
         else
           kmrxShowMessage(1010, path.rawString());
       } else if (error == KmKernel32::kErrorBadExeFormat) {
@@ -241,8 +243,7 @@ YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& pat
     }
     // The log keeps the loader's own words: they name a missing dependency.
     std::wstring detail(path.rawString());
-    if (*KmKernel32::GetLastLoadErrorText())
-      detail += std::wstring(L": ") + KmKernel32::GetLastLoadErrorText();
+    if (!loaderText.empty()) detail += L": " + loaderText;
     kmrxLogLine(L"yrx %s load failure", detail.c_str());
     delete record;
     return nullptr;

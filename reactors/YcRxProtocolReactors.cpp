@@ -29,9 +29,10 @@ YCRX_DEFINE_MEMBERS(YcRxProtocolReactorManagerFactoryImp, L"YcRxProtocolReactorM
 // --- factory ------------------------------------------------------------------
 
 namespace {
+// Never destroyed, so managers stay reachable until the factory goes.
 YcArray<YcRxProtocolReactorManagerImp*>& createdManagers() {
-  static YcArray<YcRxProtocolReactorManagerImp*> managers(0, 8);
-  return managers;
+  static auto* managers = new YcArray<YcRxProtocolReactorManagerImp*>(0, 8);
+  return *managers;
 }
 }  // namespace
 

@@ -19,6 +19,7 @@ struct KmOsTable {
   // Files and directories.
   int (*fileAccess)(const char* path, int mode);
   int (*isRegularFile)(const char* path);  // 1 yes, 0 no or missing
+  long long (*fileSize)(const char* path);  // -1 when it cannot be told
   char* (*currentDirectory)(char* buffer, std::size_t size);
   int (*changeDirectory)(const char* path);
   void* (*openFile)(const char* path, const char* mode);  // a FILE*

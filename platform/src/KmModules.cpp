@@ -4,8 +4,10 @@
 // machine, or (a loadable file that still failed) a missing dependency.
 #include "KmKernel32.h"
 
+#include <cstdint>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "KmOsCalls.h"
 #include "KmUtf8.h"
@@ -16,9 +18,12 @@ DWORD gLastError = 0;
 std::wstring gLastLoadError;
 
 constexpr unsigned char kElfClass64 = 2;
+constexpr unsigned char kElfLittleEndian = 1;
 constexpr unsigned short kElfSharedObject = 3;
-constexpr unsigned short kElfMachineX86_64 = 62;
-constexpr unsigned short kElfMachineAArch64 = 183;
+[[maybe_unused]] constexpr unsigned short kElfMachineX86_64 = 62;
+[[maybe_unused]] constexpr unsigned short kElfMachineAArch64 = 183;
+constexpr std::uint32_t kSegmentLoad = 1, kSegmentDynamic = 2, kSegmentInterp = 3;
+constexpr std::size_t kElfHeaderSize = 64, kProgramHeaderSize = 56, kMaxProgramHeaders = 256;
 
 unsigned short thisMachine() {
 #if defined(__aarch64__)
@@ -28,26 +33,70 @@ unsigned short thisMachine() {
 #endif
 }
 
-// 0 when path is an ELF shared object for this machine, else the error code.
-DWORD classifyFile(const std::string& path) {
+template <typename T>
+T readAt(const unsigned char* p, std::size_t offset) {
+  T value;
+  std::memcpy(&value, p + offset, sizeof(T));
+  return value;
+}
+
+// What the look at a file found.
+struct FileVerdict {
+  DWORD error = 0;         // 0: an ELF shared object for this machine whose segments are all there
+  bool hasInterp = false;  // it names a program interpreter: a program, not a library
+};
+
+// The loader maps segments straight from the file, so a truncated file would
+// fault inside it: every segment it will map must lie within the file.
+FileVerdict classifyFile(const std::string& path) {
   KmOsTable& os = kmOsTable();
-  if (!os.isRegularFile(path.c_str())) return os.fileAccess(path.c_str(), 0) == 0
-                                                 ? KmKernel32::kErrorBadExeFormat
-                                                 : KmKernel32::kErrorModNotFound;
-  if (kmOsCallFails(KmOsCall::OpenFile)) return KmKernel32::kErrorAccessDenied;
+  FileVerdict verdict;
+  if (!os.isRegularFile(path.c_str())) {
+    verdict.error = os.fileAccess(path.c_str(), 0) == 0 ? KmKernel32::kErrorBadExeFormat
+                                                        : KmKernel32::kErrorModNotFound;
+    return verdict;
+  }
+  const long long size = os.fileSize(path.c_str());
+  if (kmOsCallFails(KmOsCall::OpenFile)) {
+    verdict.error = KmKernel32::kErrorAccessDenied;
+    return verdict;
+  }
   void* file = os.openFile(path.c_str(), "rb");
-  if (!file) return KmKernel32::kErrorAccessDenied;
-  unsigned char header[20] = {};
-  const std::size_t got = os.readFile(header, sizeof(header), file);
+  if (!file) {
+    verdict.error = KmKernel32::kErrorAccessDenied;
+    return verdict;
+  }
+  std::vector<unsigned char> head(kElfHeaderSize + kProgramHeaderSize * kMaxProgramHeaders);
+  const std::size_t got = os.readFile(head.data(), head.size(), file);
   os.closeFile(file);
-  if (got < sizeof(header) || std::memcmp(header, "\x7f" "ELF", 4) != 0)
-    return KmKernel32::kErrorBadExeFormat;
-  unsigned short type, machine;
-  std::memcpy(&type, header + 16, 2);
-  std::memcpy(&machine, header + 18, 2);
-  if (header[4] != kElfClass64 || type != kElfSharedObject || machine != thisMachine())
-    return KmKernel32::kErrorBadExeFormat;
-  return 0;
+  verdict.error = KmKernel32::kErrorBadExeFormat;
+  if (got < kElfHeaderSize || size < static_cast<long long>(got)) return verdict;
+  const unsigned char* h = head.data();
+  if (std::memcmp(h, "\x7f" "ELF", 4) != 0 || h[4] != kElfClass64 || h[5] != kElfLittleEndian ||
+      readAt<std::uint16_t>(h, 16) != kElfSharedObject || readAt<std::uint16_t>(h, 18) != thisMachine())
+    return verdict;
+  const auto phoff = readAt<std::uint64_t>(h, 32);
+  const auto phentsize = readAt<std::uint16_t>(h, 54);
+  const auto phnum = readAt<std::uint16_t>(h, 56);
+  if (phentsize != kProgramHeaderSize || phnum == 0 || phnum > kMaxProgramHeaders ||
+      phoff > got || phnum * kProgramHeaderSize > got - phoff)
+    return verdict;
+  bool hasLoad = false, hasDynamic = false;
+  for (std::size_t i = 0; i < phnum; ++i) {
+    const unsigned char* ph = h + phoff + i * kProgramHeaderSize;
+    const auto type = readAt<std::uint32_t>(ph, 0);
+    const auto offset = readAt<std::uint64_t>(ph, 8);
+    const auto fileSize = readAt<std::uint64_t>(ph, 32);
+    if (type == kSegmentInterp) verdict.hasInterp = true;
+    if (type != kSegmentLoad && type != kSegmentDynamic) continue;
+    if (offset > static_cast<std::uint64_t>(size) || fileSize > static_cast<std::uint64_t>(size) - offset)
+      return verdict;
+    hasLoad |= type == kSegmentLoad;
+    hasDynamic |= type == kSegmentDynamic;
+  }
+  if (!hasLoad || !hasDynamic) return verdict;
+  verdict.error = 0;
+  return verdict;
 }
 
 }  // namespace
@@ -63,10 +112,14 @@ HMODULE LoadLibraryExW(const wchar_t* fileName, void*, DWORD) {
   const std::string path = kmToUtf8(fileName);
   // Names without a directory are searched for by the loader; only paths can be looked at first.
   const bool isPath = path.find('/') != std::string::npos;
+  FileVerdict verdict;
   if (isPath) {
-    if (DWORD bad = classifyFile(path)) {
-      SetLastError(bad);
-      gLastLoadError = bad == kErrorModNotFound ? L"no such file" : L"not a shared object for this machine";
+    verdict = classifyFile(path);
+    if (verdict.error) {
+      SetLastError(verdict.error);
+      gLastLoadError = verdict.error == kErrorModNotFound   ? L"no such file"
+                       : verdict.error == kErrorAccessDenied ? L"the file cannot be read"
+                                                             : L"not a shared object for this machine";
       return nullptr;
     }
   }
@@ -79,7 +132,8 @@ HMODULE LoadLibraryExW(const wchar_t* fileName, void*, DWORD) {
   if (!handle) {
     const char* text = kmOsTable().moduleError();
     gLastLoadError = text ? kmFromUtf8(text, std::strlen(text)) : L"module could not be opened";
-    SetLastError(kErrorModNotFound);
+    // A program is refused by the loader although it looks like a library.
+    SetLastError(verdict.hasInterp ? kErrorBadExeFormat : kErrorModNotFound);
     return nullptr;
   }
   SetLastError(kErrorSuccess);
@@ -87,7 +141,11 @@ HMODULE LoadLibraryExW(const wchar_t* fileName, void*, DWORD) {
 }
 
 void* GetProcAddress(HMODULE module, const char* name) {
-  if (!module || !name) return nullptr;
+  // Values below 0x10000 are ordinals, which modules here do not have.
+  if (!module || reinterpret_cast<std::uintptr_t>(name) < 0x10000) {
+    SetLastError(kErrorProcNotFound);
+    return nullptr;
+  }
   void* symbol = kmOsTable().findSymbol(module, name);
   if (!symbol) SetLastError(kErrorProcNotFound);
   return symbol;

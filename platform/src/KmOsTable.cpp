@@ -41,6 +41,11 @@ int isRegularFileImpl(const char* path) {
   return (path && ::stat(path, &st) == 0 && S_ISREG(st.st_mode)) ? 1 : 0;
 }
 
+long long fileSizeImpl(const char* path) {
+  struct stat st;
+  return (path && ::stat(path, &st) == 0) ? static_cast<long long>(st.st_size) : -1;
+}
+
 void* openFileImpl(const char* path, const char* mode) { return std::fopen(path, mode); }
 std::size_t readFileImpl(void* buffer, std::size_t bytes, void* file) {
   return std::fread(buffer, 1, bytes, static_cast<std::FILE*>(file));
@@ -50,8 +55,9 @@ int closeFileImpl(void* file) { return std::fclose(static_cast<std::FILE*>(file)
 const KmOsTable kDefaults = {
     &std::malloc,       &std::free,      &openModuleImpl,        &::dlsym,
     &::dlclose,         &moduleErrorImpl, &modulePathImpl,       &addressModulePathImpl,
-    &::access,          &isRegularFileImpl, &::getcwd,           &::chdir,
-    &openFileImpl,      &readFileImpl,   &closeFileImpl,
+    &::access,          &isRegularFileImpl, &fileSizeImpl,       &::getcwd,
+    &::chdir,
+    &openFileImpl,      &readFileImpl,      &closeFileImpl,
 };
 
 KmOsTable gTable = kDefaults;
