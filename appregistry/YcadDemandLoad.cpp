@@ -1,0 +1,150 @@
+// The process's demand-load registry: building it from the configuration
+// store and answering which applications provide a command.
+#include "YcadDemandLoad.h"
+
+#include <cwchar>
+
+#include "KmCharOp.h"
+#include "TesselConfig.h"
+#include "YcRxClass.h"
+#include "YcRxDictionary.h"
+#include "YcRxDynamicLinkerImp.h"
+#include "YcRxIterator.h"
+#include "YcRxModuleGlobal.h"
+#include "YcadRegisterYrxInfo.h"
+#include "YcadRegisterYrxStack.h"
+#include "YcadYrxRegCmdGroup.h"
+#include "YcadYrxRegCommand.h"
+
+YcadRegisterYrxStack* g_pRegYrxList = nullptr;
+
+namespace {
+
+constexpr int kBuffer = 1024;
+constexpr TesselConfig::Path kApps = TesselConfig::kApplications;
+
+void subKey(wchar_t (&out)[kBuffer], const wchar_t* app, const wchar_t* sub) {
+  if (std::swprintf(out, kBuffer, L"%ls/%ls", app, sub) < 0) out[kBuffer - 1] = 0;
+}
+
+// Reads one application's entry; null when it is incomplete or unreadable.
+YcadRegisterYrxInfo* readApplication(TesselConfig* config, const wchar_t* name) {
+  wchar_t groupsKey[kBuffer], commandsKey[kBuffer];
+  subKey(groupsKey, name, L"Groups");
+  subKey(commandsKey, name, L"Commands");
+  if (!config->isItemExist(kApps, groupsKey) || !config->isItemExist(kApps, commandsKey))
+    return nullptr;
+  auto* info = new YcadRegisterYrxInfo(name, L" ", L" ", YcadApp::kOnLoadRequest, nullptr);
+  if (info->readFromRegistry() != Ycad::eOk) {
+    delete info;
+    return nullptr;
+  }
+  return info;
+}
+
+// The first value key under "Groups" names the one group; the rest are ignored.
+YcadYrxRegCmdGroup* readGroup(TesselConfig* config, const wchar_t* name) {
+  wchar_t key[kBuffer], groupName[kBuffer];
+  subKey(key, name, L"Groups");
+  TesselConfigValueIterator* groups = config->newValueIterator(kApps, key);
+  const bool named = groups && groups->readKey(groupName, kBuffer);
+  delete groups;
+  if (!named) return nullptr;
+  auto* group = new YcadYrxRegCmdGroup(groupName);
+  subKey(key, name, L"Commands");
+  if (TesselConfigValueIterator* commands = config->newValueIterator(kApps, key)) {
+    for (; !commands->done(); commands->next()) {
+      wchar_t globalName[kBuffer];
+      YcadVariant localName;
+      if (commands->readKey(globalName, kBuffer) && commands->readValue(localName))
+        group->insertCommand(new YcadYrxRegCommand(globalName, localName.getString()));
+    }
+    delete commands;
+  }
+  return group;
+}
+
+}  // namespace
+
+bool getYrxAppInfoListFromRegister(YcArray<YcadRegisterYrxInfo*>& list) {
+  TesselConfig* config = ycadConfig();
+  if (!config) return false;
+  list.removeAll();
+  TesselConfigItemIterator* items = config->newItemIterator(kApps, L"");
+  if (!items) return false;
+  for (; !items->done(); items->next()) {
+    wchar_t name[kBuffer];
+    if (!items->readName(name, kBuffer) || !*name) continue;
+    YcadRegisterYrxInfo* info = readApplication(config, name);
+    if (!info) continue;
+    list.append(info);
+    if (YcadYrxRegCmdGroup* group = readGroup(config, name)) info->insertGroup(group);
+  }
+  delete items;
+  return !list.isEmpty();
+}
+
+bool initDemandLoadYrxList() {
+  if (g_pRegYrxList) return true;
+  // The record's parent class exists, so it can join the class tree; the
+  // registry's own classes name parents that do not and stay unregistered.
+  // Looked up by name: a descriptor cached before a restart of the runtime is gone.
+  auto* classes = static_cast<YcRxDictionary*>(ycrxSysRegistry()->at(L"ClassDictionary"));
+  if (classes && !classes->at(L"AcadAppInfo")) {
+    YcadAppInfo::rxInit();
+    ycrxBuildClassHierarchy();
+  }
+  g_pRegYrxList = new YcadRegisterYrxStack();
+  g_pRegYrxList->initFromBuildinYrx();
+  g_pRegYrxList->initFromRegister();
+  return true;
+}
+
+bool uninitDemandLoadYrxList() {
+  delete g_pRegYrxList;
+  g_pRegYrxList = nullptr;
+  return true;
+}
+
+bool getRegisterYrxAppInfoList(const wchar_t* command, YcArray<YcadAppInfo*>& out,
+                               bool onlyOnCommandBit) {
+  out.removeAll();
+  if (!g_pRegYrxList || !command) return false;
+  int dot = -1;
+  KmCharOp::find(command, L'.', 0, &dot);
+  wchar_t* group = dot >= 1 ? KmCharOp::clone(command, static_cast<unsigned long>(dot)) : nullptr;
+  const wchar_t* name = dot >= 0 ? command + dot + 1 : command;
+  if (!*name) {
+    KmCharOp::release(group);
+    return false;
+  }
+  auto* linker = YcRxDynamicLinkerImp::cast(ycrxSysRegistry()->at(L"DynamicLinker"));
+  YcRxIterator* it = g_pRegYrxList->newIterator();
+  for (; !it->done(); it->next()) {
+    auto* info = static_cast<YcadRegisterYrxInfo*>(it->object());
+    if (!info->findCommandByName(group, name)) continue;
+    if (linker && linker->findRxModuleProxyByModuleName(info->moduleName(), false)) continue;
+    if (!onlyOnCommandBit || (info->loadReason() & YcadApp::kOnCommandInvocation)) out.append(info);
+  }
+  delete it;
+  KmCharOp::release(group);
+  return true;
+}
+
+bool getAllRegisterYrxAppCommandList(YcArray<const wchar_t*>& out) {
+  out.removeAll();
+  if (!g_pRegYrxList) return false;
+  YcRxIterator* infos = g_pRegYrxList->newIterator();
+  for (; !infos->done(); infos->next()) {
+    YcRxIterator* groups = static_cast<YcadRegisterYrxInfo*>(infos->object())->newIterator();
+    for (; !groups->done(); groups->next()) {
+      YcRxIterator* commands = static_cast<YcadYrxRegCmdGroup*>(groups->object())->newIterator();
+      for (; !commands->done(); commands->next())
+        out.append(static_cast<YcadYrxRegCommand*>(commands->object())->localName());
+      delete commands;
+    }
+    delete groups;
+  }
+  delete infos;
+  return true;
+}

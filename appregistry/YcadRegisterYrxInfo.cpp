@@ -1,0 +1,82 @@
+// A registered application with its command groups.
+#include "YcadRegisterYrxInfo.h"
+
+#include "YcRxGenericCollection.h"
+#include "YcRxIterator.h"
+#include "YcadRegistryInternal.h"
+#include "YcadYrxRegCmdGroup.h"
+#include "YcadYrxRegCommand.h"
+
+// Registered under the parent name "YcadAppInfo" (the record itself registers
+// as "AcadAppInfo"), so it is not registered by itself; see YcadYrxRegCommand.cpp.
+YCRX_DEFINE_MEMBERS(YcadRegisterYrxInfo, L"YcadRegisterYrxInfo", L"YcadAppInfo")
+
+YcadRegisterYrxInfo::YcadRegisterYrxInfo(const wchar_t* appName, const wchar_t* moduleName,
+                                         const wchar_t* description, YcadApp::LoadReasons reasons,
+                                         YcadYrxRegCmdGroup* group)
+    : mpGroups(nullptr) {
+  setAppName(appName);
+  setModuleName(moduleName);
+  setAppDesc(description);
+  setLoadReason(reasons);
+  mpGroups = kmrxNewRegistryList();
+  if (group) insertGroup(group);
+}
+
+YcadRegisterYrxInfo::~YcadRegisterYrxInfo() {
+  removeAllGroups();
+  delete mpGroups;
+}
+
+YcadYrxRegCmdGroup* YcadRegisterYrxInfo::findGroupByName(const wchar_t* name) const {
+  if (!name || !*name) return nullptr;
+  YcadYrxRegCmdGroup* found = nullptr;
+  YcRxIterator* it = mpGroups->newIterator();
+  for (; !it->done() && !found; it->next()) {
+    auto* group = static_cast<YcadYrxRegCmdGroup*>(it->object());
+    if (kmrxSameNameNoCase(group->name(), name)) found = group;
+  }
+  delete it;
+  return found;
+}
+
+YcadYrxRegCommand* YcadRegisterYrxInfo::findCommandByName(const wchar_t* group,
+                                                          const wchar_t* command) const {
+  YcadYrxRegCommand* found = nullptr;
+  YcRxIterator* it = mpGroups->newIterator();
+  for (; !it->done() && !found; it->next()) {
+    auto* candidate = static_cast<YcadYrxRegCmdGroup*>(it->object());
+    if (group && !kmrxSameNameNoCase(candidate->name(), group)) continue;
+    if (!candidate->lookupCmd(command, true, 0, found))
+      candidate->lookupCmd(command, false, 0, found);
+  }
+  delete it;
+  return found;
+}
+
+void YcadRegisterYrxInfo::insertGroup(YcadYrxRegCmdGroup* group) { mpGroups->addFront(group); }
+
+void YcadRegisterYrxInfo::combineYrxInfo(YcadRegisterYrxInfo* other) {
+  if (!other || other == this) return;
+  while (YcadYrxRegCmdGroup* group = other->removeFrontGroup()) {
+    if (YcadYrxRegCmdGroup* held = findGroupByName(group->name())) {
+      held->combineGroup(group);
+      delete group;
+    } else {
+      insertGroup(group);
+    }
+  }
+}
+
+YcadYrxRegCmdGroup* YcadRegisterYrxInfo::removeFrontGroup() {
+  return static_cast<YcadYrxRegCmdGroup*>(mpGroups->removeFront());
+}
+
+void YcadRegisterYrxInfo::removeAllGroups() {
+  YcRxIterator* it = mpGroups->newIterator();
+  for (; !it->done(); it->next()) delete it->object();
+  delete it;
+  while (!mpGroups->isEmpty()) mpGroups->removeFront();
+}
+
+YcRxIterator* YcadRegisterYrxInfo::newIterator() const { return mpGroups->newIterator(); }

@@ -1,0 +1,117 @@
+// Registered commands and command groups.
+#include "YcadYrxRegCommand.h"
+
+#include <cwchar>
+
+#include "KmCharOp.h"
+#include "YcRxDictionary.h"
+#include "YcRxGenericCollection.h"
+#include "YcRxKernel.h"
+#include "YcRxLinkedList.h"
+#include "YcRxModuleGlobal.h"
+#include "YcadRegistryInternal.h"
+#include "YcadYrxRegCmdGroup.h"
+
+// Neither class registers by itself: "YcRxObject" is no registered class, so
+// registering them would upset every later class-tree build.
+YCRX_DEFINE_MEMBERS(YcadYrxRegCommand, L"YcadYrxRegCommand", L"YcRxObject")
+YCRX_DEFINE_MEMBERS(YcadYrxRegCmdGroup, L"YcadYrxRegCmdGroup", L"YcRxObject")
+
+YcRxGenericCollection* kmrxNewRegistryList() {
+  YcRxDictionary* registry = ycrxGetModule() ? ycrxSysRegistry() : nullptr;
+  auto* services =
+      registry ? static_cast<YcRxDictionary*>(registry->at(L"ServiceDictionary")) : nullptr;
+  YcRxKernel* kernel = services ? YcRxKernel::cast(services->at(L"KernelServices")) : nullptr;
+  YcRxGenericCollection* list = kernel ? kernel->newYcRxGenericCollection() : nullptr;
+  return list ? list : new YcRxLinkedList();
+}
+
+bool kmrxSameNameNoCase(const wchar_t* a, const wchar_t* b) {
+  return a && b && KmCharOp::compareNoCase(a, b) == 0;
+}
+
+// --- YcadYrxRegCommand -------------------------------------------------------------------
+
+YcadYrxRegCommand::YcadYrxRegCommand(const wchar_t* globalName, const wchar_t* localName)
+    : mpGlobalName(globalName ? KmCharOp::clone(globalName) : nullptr),
+      mpLocalName(localName ? KmCharOp::clone(localName) : nullptr) {}
+
+YcadYrxRegCommand::~YcadYrxRegCommand() {
+  KmCharOp::release(mpGlobalName);
+  KmCharOp::release(mpLocalName);
+}
+
+const wchar_t* YcadYrxRegCommand::globalName() const { return mpGlobalName; }
+const wchar_t* YcadYrxRegCommand::localName() const { return mpLocalName; }
+
+// --- YcadYrxRegCmdGroup -----------------------------------------------------------------------
+
+YcadYrxRegCmdGroup::YcadYrxRegCmdGroup(const wchar_t* name)
+    : mpName(name ? KmCharOp::clone(name) : nullptr),
+      mpCommands(kmrxNewRegistryList()),
+      mCount(0) {}
+
+YcadYrxRegCmdGroup::~YcadYrxRegCmdGroup() {
+  removeAllCommands();
+  delete mpCommands;
+  KmCharOp::release(mpName);
+}
+
+void YcadYrxRegCmdGroup::insertCommand(YcadYrxRegCommand* command) {
+  mpCommands->addFront(command);
+  ++mCount;
+}
+
+bool YcadYrxRegCmdGroup::lookupCmd(const wchar_t* name, bool global, int,
+                                   YcadYrxRegCommand*& out) const {
+  out = nullptr;
+  YcRxIterator* it = mpCommands->newIterator();
+  for (; !it->done(); it->next()) {
+    auto* command = static_cast<YcadYrxRegCommand*>(it->object());
+    if (kmrxSameNameNoCase(global ? command->globalName() : command->localName(), name)) {
+      out = command;
+      break;
+    }
+  }
+  delete it;
+  return out != nullptr;
+}
+
+void YcadYrxRegCmdGroup::removeCommand(const wchar_t* name) {
+  YcRxIterator* it = mpCommands->newIterator();
+  for (; !it->done(); it->next()) {
+    auto* command = static_cast<YcadYrxRegCommand*>(it->object());
+    if (kmrxSameNameNoCase(command->globalName(), name)) {
+      mpCommands->removeAt(it);
+      delete command;
+      --mCount;
+      break;
+    }
+  }
+  delete it;
+}
+
+void YcadYrxRegCmdGroup::removeAllCommands() {
+  YcRxIterator* it = mpCommands->newIterator();
+  for (; !it->done(); it->next()) delete it->object();
+  delete it;
+  mCount = 0;
+  while (!mpCommands->isEmpty()) mpCommands->removeFront();
+}
+
+YcadYrxRegCommand* YcadYrxRegCmdGroup::removeFrontCommand() {
+  return static_cast<YcadYrxRegCommand*>(mpCommands->removeFront());
+}
+
+void YcadYrxRegCmdGroup::combineGroup(YcadYrxRegCmdGroup* other) {
+  if (!other || other == this) return;
+  while (YcadYrxRegCommand* command = other->removeFrontCommand()) {
+    YcadYrxRegCommand* held = nullptr;
+    if (lookupCmd(command->globalName(), true, 0, held))
+      delete command;
+    else
+      insertCommand(command);
+  }
+}
+
+YcRxIterator* YcadYrxRegCmdGroup::newIterator() const { return mpCommands->newIterator(); }
