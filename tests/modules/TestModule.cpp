@@ -1,0 +1,180 @@
+// The one source of the linker's test modules; a variant is chosen by
+// compile definitions (see CMakeLists.txt):
+//   TM_NAME                 the module's name, for its trace lines
+//   TM_CLASS=<name>         registers <name> (parent "AcRxObject") on init, condemns it on unload
+//   TM_SERVICE=<name>       registers a service on init and leaves it for the linker to remove
+//   TM_REACTOR              keeps a linker reactor from init to unload
+//   TM_INIT_FAILS, TM_REFUSE_UNLOAD, TM_NOT_MDI, TM_LOCK
+//   TM_UNLOAD_OTHER=<name>  unloads <name>.yrx (beside this module) from its unload message
+//   TM_OTHER_CLASS=<name>   and reports whether that module's class is still registered
+//   TM_API_VERSION, TM_NO_VERSION, TM_NO_ENTRY, TM_HIDDEN_DEP
+//   TM_HIDDEN_LIBRARY       the plain library that tm_missing_dep needs
+// Events go to the host's log as "tm:<name> <event>", so a test reads one
+// time line with the linker's own log lines.
+#ifdef TM_HIDDEN_LIBRARY
+
+extern "C" __attribute__((visibility("default"))) int tmHiddenAnswer() { return 42; }
+
+#else
+
+#include <cstdint>
+#include <string>
+
+#include "KmKernel32.h"
+#include "KmRx.h"
+
+#define TM_STR2(x) #x
+#define TM_STR(x) TM_STR2(x)
+#define TM_WIDE2(s) L##s
+#define TM_WIDE(s) TM_WIDE2(s)
+#define TM_WSTR(x) TM_WIDE(TM_STR(x))
+
+#ifndef TM_API_VERSION
+#define TM_API_VERSION 0x000F0014
+#endif
+
+// Message codes of the tests' own: a refusal, and an unload of itself while
+// its message is being handled.
+constexpr int kTmRefuseMsg = 77;
+constexpr int kTmUnloadSelfMsg = 79;
+
+#ifdef TM_HIDDEN_DEP
+extern "C" int tmHiddenAnswer();
+#endif
+
+namespace {
+
+int gInitCount = 0;
+YcRxDynLoadModuleProxy* gSelf = nullptr;
+YcRxClass* gClass = nullptr;
+YcRxService* gService = nullptr;
+YcRxDLinkerReactor* gReactor = nullptr;
+
+void trace(const std::wstring& event) {
+  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
+  YcadHostApplication* app = services ? services->application() : nullptr;
+  YcadHostLog* log = app ? app->logObject() : nullptr;
+  if (log) log->log((L"tm:" TM_WSTR(TM_NAME) L" " + event).c_str(), 0, 0, 0);
+}
+
+const wchar_t* yesNo(bool b) { return b ? L"yes" : L"no"; }
+
+YcRxDynamicLinker* linker() {
+  return YcRxDynamicLinker::cast(ycrxSysRegistry()->at(L"DynamicLinker"));
+}
+
+// Static construction and destruction show when the module is really mapped.
+struct Lifetime {
+  Lifetime() { trace(L"constructed"); }
+  ~Lifetime() {
+    // The linker took the service out of its dictionary before the release.
+    delete gService;
+    trace(L"destroyed");
+  }
+} gLifetime;
+
+class TraceReactor : public YcRxDLinkerReactor {
+public:
+  void rxAppWillBeLoaded(const wchar_t* f) override { on(L"willBeLoaded ", f); }
+  void rxAppLoaded(const wchar_t* f) override { on(L"loaded ", f); }
+  void rxAppLoadAborted(const wchar_t* f) override { on(L"loadAborted ", f); }
+  void rxAppWillBeUnloaded(const wchar_t* f) override { on(L"willBeUnloaded ", f); }
+  void rxAppUnloaded(const wchar_t* f) override { on(L"unloaded ", f); }
+  void rxAppUnloadAborted(const wchar_t* f) override { on(L"unloadAborted ", f); }
+
+private:
+  static void on(const wchar_t* event, const wchar_t* f) {
+    trace(L"reactor " + (event + std::wstring(f)));
+  }
+};
+
+YcRx::AppRetCode onInit(void* appHandle) {
+  ++gInitCount;
+  gSelf = static_cast<YcRxDynLoadModuleProxy*>(appHandle);
+#ifdef TM_HIDDEN_DEP
+  if (tmHiddenAnswer() != 42) return YcRx::kAppRetError;
+#endif
+#ifdef TM_NOT_MDI
+  ycrxRegisterAppNotMDIAware(appHandle);
+#else
+  ycrxRegisterAppMDIAware(appHandle);
+#endif
+#ifdef TM_LOCK
+  ycrxLockApplication(appHandle);
+#endif
+#ifdef TM_CLASS
+  gClass = newYcRxClass(TM_WSTR(TM_CLASS), L"AcRxObject");
+#endif
+#ifdef TM_SERVICE
+  gService = ycrxRegisterService(TM_WSTR(TM_SERVICE));
+#endif
+#ifdef TM_REACTOR
+  gReactor = new TraceReactor();
+  linker()->addReactor(gReactor);
+#endif
+#ifdef TM_INIT_FAILS
+  return YcRx::kAppRetError;
+#else
+  return YcRx::kAppRetOk;
+#endif
+}
+
+YcRx::AppRetCode onUnload() {
+#ifdef TM_UNLOAD_OTHER
+  std::wstring other(gSelf->fileName());
+  other = other.substr(0, other.rfind(L'/') + 1) + TM_WSTR(TM_UNLOAD_OTHER) L".yrx";
+  const bool first = ycrxUnloadModule(other.c_str());
+  const bool second = ycrxUnloadModule(other.c_str());
+  // Seen while this module's own unload is still running.
+  trace(std::wstring(L"unloaded other ") + yesNo(first) + L" " + yesNo(second) + L", mapped " +
+        yesNo(KmKernel32::GetModuleHandleW(other.c_str()) != nullptr) + L", record " +
+        yesNo(ycrxAppIsLoaded(other.c_str())) + L", class " +
+        yesNo(ycrxInternalGetClassDic()->has(TM_WSTR(TM_OTHER_CLASS))));
+#endif
+  if (gReactor) {
+    linker()->removeReactor(gReactor);
+    delete gReactor;
+    gReactor = nullptr;
+  }
+  if (gClass) deleteYcRxClass(gClass);
+  gClass = nullptr;
+#ifdef TM_REFUSE_UNLOAD
+  return YcRx::kAppRetError;
+#else
+  return YcRx::kAppRetOk;
+#endif
+}
+
+}  // namespace
+
+#ifdef TM_NO_ENTRY
+KMRX_MODULE_EXPORT YcRx::AppRetCode tmNotTheEntryPoint(YcRx::AppMsgCode code, void* arg) {
+#else
+KMRX_MODULE_EXPORT YcRx::AppRetCode ycrxEntryPoint(YcRx::AppMsgCode code, void* arg) {
+#endif
+  trace(L"msg " + std::to_wstring(static_cast<int>(code)));
+  switch (static_cast<int>(code)) {
+    case YcRx::kAppInitMsg:
+      return onInit(arg);
+    case YcRx::kAppUnloadMsg:
+      return onUnload();
+    case kTmRefuseMsg:
+      return YcRx::kAppRetError;
+    case kTmUnloadSelfMsg:
+      trace(std::wstring(L"unload self ") + yesNo(ycrxUnloadModule(gSelf->fileName())));
+      return YcRx::kAppRetOk;
+    default:
+      return YcRx::kAppRetOk;
+  }
+}
+
+#ifdef TM_NO_VERSION
+KMRX_MODULE_EXPORT std::uint32_t tmNotTheApiVersion(int) { return TM_API_VERSION; }
+#else
+KMRX_MODULE_EXPORT std::uint32_t ycrxGetApiVersion(int) { return TM_API_VERSION; }
+#endif
+
+// Init messages since this copy of the module was mapped.
+KMRX_MODULE_EXPORT int tmInitCount() { return gInitCount; }
+
+#endif  // TM_HIDDEN_LIBRARY

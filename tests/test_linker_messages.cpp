@@ -1,0 +1,151 @@
+// Messages to real modules, linker reactors, per-module flags and services.
+#include <cwctype>
+
+#include "LinkerTestSupport.h"
+
+namespace {
+
+class LinkerMessages : public LinkerTest {};
+
+}  // namespace
+
+TEST_F(LinkerMessages, OneTimeLineOfMessagesReactorsAndLogWithDatabaseAwareReactorsFirst) {
+  const std::wstring path = modulePath(L"tm_good");
+  LogReactor plain(host, L"plain"), dbAware(host, L"db");
+  const int reactors = linker()->reactorCount(), dbAwareCount = linker()->dbAppAwareCount();
+  linker()->addReactor(&plain);
+  linker()->addDbAppAware(&dbAware);
+  EXPECT_EQ(dbAwareCount + 1, linker()->dbAppAwareCount());
+
+  load(L"tm_good");
+  EXPECT_TRUE(ycrxUnloadModule(path.c_str()));
+  EXPECT_TRUE(ycrxUnloadModule(path.c_str()));
+  // The module's own reactor joins during init and leaves in its unload
+  // message: of its own life it hears only "loaded" and "willBeUnloaded".
+  const std::wstring f = L" " + path;
+  EXPECT_EQ((Lines{L"tm:tm_good constructed", L"db willBeLoaded" + f, L"plain willBeLoaded" + f,
+                   L"tm:tm_good msg 1", L"db loaded" + f, L"plain loaded" + f,
+                   L"tm:tm_good reactor loaded" + f, L"yrx" + f + L" load success",
+                   L"yrx" + f + L" unload", L"db willBeUnloaded" + f, L"plain willBeUnloaded" + f,
+                   L"tm:tm_good reactor willBeUnloaded" + f, L"tm:tm_good msg 2",
+                   L"db unloaded" + f, L"plain unloaded" + f, L"tm:tm_good destroyed"}),
+            host.logLines);
+
+  linker()->removeDbAppAware(&dbAware);
+  linker()->removeReactor(&plain);
+  EXPECT_EQ(reactors, linker()->reactorCount());
+  EXPECT_EQ(dbAwareCount, linker()->dbAppAwareCount());
+}
+
+TEST_F(LinkerMessages, RemovingAStrangerAsDatabaseAwareStillCountsDown) {
+  LogReactor stranger(host, L"x");
+  const int reactors = linker()->reactorCount(), dbAwareCount = linker()->dbAppAwareCount();
+  linker()->removeDbAppAware(&stranger);
+  EXPECT_EQ(dbAwareCount - 1, linker()->dbAppAwareCount());
+  EXPECT_EQ(reactors, linker()->reactorCount());
+  // Put the count back: adding counts up, a plain removal does not count down.
+  linker()->addDbAppAware(&stranger);
+  linker()->removeReactor(&stranger);
+  EXPECT_EQ(dbAwareCount, linker()->dbAppAwareCount());
+  EXPECT_EQ(reactors, linker()->reactorCount());
+}
+
+TEST_F(LinkerMessages, DeliveryByNameReportsFindingNotTheAnswerAndDeliveryToAllReachesEach) {
+  const std::wstring good = modulePath(L"tm_good");
+  load(L"tm_good");
+  load(L"tm_api_1520");
+  std::wstring shouted(good);
+  for (wchar_t& c : shouted) c = static_cast<wchar_t>(std::towupper(c));
+  EXPECT_TRUE(linker()->sendMessageToApp(shouted.c_str(), kTmRefuseMsg, nullptr))
+      << "matched ignoring case; the refusal is not reported";
+  EXPECT_EQ(Lines{L"tm:tm_good msg 77"}, logWith(L"tm:tm_good msg 77"));
+  EXPECT_FALSE(linker()->sendMessageToApp(modulePath(L"tm_absent").c_str(), kTmPlainMsg, nullptr));
+  EXPECT_FALSE(linker()->sendMessageToApp(L"", kTmPlainMsg, nullptr));
+
+  EXPECT_EQ(0, linker()->sendMessageToAllApp(kTmPlainMsg, nullptr));
+  EXPECT_EQ(1u, logWith(L"tm:tm_good msg 78").size());
+  EXPECT_EQ(1u, logWith(L"tm:tm_api_1520 msg 78").size());
+  EXPECT_TRUE(unload(L"tm_good"));
+  EXPECT_TRUE(unload(L"tm_api_1520"));
+}
+
+TEST_F(LinkerMessages, FlagsThroughTheApplicationHandleAndQueriesByName) {
+  YcRxService notARecord;
+  EXPECT_FALSE(ycrxLockApplication(nullptr));
+  EXPECT_FALSE(ycrxRegisterAppMDIAware(nullptr));
+  EXPECT_FALSE(ycrxLockApplication(&notARecord));
+  EXPECT_EQ(1, fatalCount(L"Rx module fatal error, code is 46"));
+
+  // Unknown modules are reported busy and MDI aware, deliberately; empty names are not.
+  const std::wstring absent = modulePath(L"tm_absent");
+  EXPECT_TRUE(linker()->isAppBusy(absent.c_str()));
+  EXPECT_TRUE(ycrxIsAppMDIAware(absent.c_str()));
+  EXPECT_FALSE(linker()->isAppBusy(L""));
+  EXPECT_FALSE(ycrxIsAppMDIAware(L""));
+  EXPECT_FALSE(ycrxApplicationIsLocked(absent.c_str()));
+
+  const std::wstring path = modulePath(L"tm_good");
+  YcRxDynLoadModuleProxy* record = load(L"tm_good");
+  ASSERT_NE(nullptr, record);
+  EXPECT_FALSE(linker()->isAppBusy(path.c_str()));
+  linker()->setAppBusy(path.c_str(), true);
+  EXPECT_TRUE(linker()->isAppBusy(path.c_str()));
+  EXPECT_TRUE(ycrxLockApplication(record));
+  EXPECT_TRUE(ycrxApplicationIsLocked(path.c_str()));
+  EXPECT_TRUE(ycrxUnlockApplication(record));
+  EXPECT_TRUE(unload(L"tm_good"));
+}
+
+TEST_F(LinkerMessages, ServiceIsCreditedToItsModuleResolvesItsSymbolsAndLeavesWithIt) {
+  YcRxDynLoadModuleProxy* record = load(L"tm_good");
+  ASSERT_NE(nullptr, record);
+  auto* service = YcRxService::cast(serviceDictionary()->at(L"TmGoodService"));
+  ASSERT_NE(nullptr, service);
+  EXPECT_EQ(record, service->getSysInfo());
+  void* symbol = ycrxGetServiceSymbolAddr(L"TmGoodService", "tmInitCount");
+  EXPECT_NE(nullptr, symbol);
+  EXPECT_EQ(KmKernel32::GetProcAddress(record->rxModuleHandle(), "tmInitCount"), symbol);
+  EXPECT_EQ(nullptr, ycrxGetServiceSymbolAddr(L"TmGoodService", "tmNoSuchSymbol"));
+  EXPECT_TRUE(unload(L"tm_good"));
+  EXPECT_FALSE(ycrxServiceIsRegistered(L"TmGoodService"));
+  EXPECT_EQ(nullptr, ycrxGetServiceSymbolAddr(L"TmGoodService", "tmInitCount"));
+}
+
+TEST_F(LinkerMessages, ServiceRegisteredOutsideAnyModuleBelongsToTheLibrary) {
+  YcRxService* service = ycrxRegisterService(L"TmLinkerTestService");
+  EXPECT_EQ(YcRxDynamicLinkerImp::mySelf(), service->getSysInfo());
+  EXPECT_TRUE(ycrxServiceIsRegistered(L"TmLinkerTestService"));
+  YcRxService* twice = ycrxRegisterService(L"TmLinkerTestService");
+  EXPECT_EQ(1, fatalCount(L"Register service : \"TmLinkerTestService\" repeatedly!"));
+  EXPECT_EQ(service, serviceDictionary()->at(L"TmLinkerTestService"));
+  delete twice;
+  serviceDictionary()->remove(L"TmLinkerTestService");
+  delete service;
+}
+
+TEST_F(LinkerMessages, DependencyMessagesFollowTheirUnevenThresholds) {
+  const std::wstring path = modulePath(L"tm_good");
+  YcRxDynLoadModuleProxy* record = load(L"tm_good");
+  ASSERT_NE(nullptr, record);
+  auto* service = YcRxService::cast(serviceDictionary()->at(L"TmGoodService"));
+  ASSERT_NE(nullptr, service);
+  auto dependencyMessages = [&] {
+    return logWith(L"tm:tm_good msg 10").size() + logWith(L"tm:tm_good msg 11").size();
+  };
+  EXPECT_TRUE(service->addDependency()) << "first dependent: message 10, answered OK";
+  EXPECT_EQ(Lines{L"tm:tm_good msg 10"}, logWith(L"tm:tm_good msg 10"));
+  EXPECT_FALSE(service->addDependency());
+  EXPECT_EQ(3, record->moduleRefCount());
+  EXPECT_FALSE(service->unloadable());
+  EXPECT_FALSE(service->removeDependency());
+  EXPECT_FALSE(service->removeDependency());
+  EXPECT_EQ(1u, dependencyMessages()) << "no message 11 while the count was above 0";
+  EXPECT_EQ(1, record->moduleRefCount());
+  EXPECT_TRUE(ycrxUnloadModule(path.c_str()));
+  EXPECT_TRUE(service->unloadable());
+  EXPECT_TRUE(service->removeDependency()) << "count was 0: message 11";
+  EXPECT_EQ(Lines{L"tm:tm_good msg 11"}, logWith(L"tm:tm_good msg 11"));
+  EXPECT_EQ(-1, record->moduleRefCount());
+  EXPECT_TRUE(ycrxUnloadModule(path.c_str()));
+  EXPECT_FALSE(ycrxAppIsLoaded(path.c_str()));
+}
