@@ -1,24 +1,29 @@
 #include "ClassTreePrinter.h"
 
-#include <cwchar>
-
 #include "KmRx.h"
 
 namespace {
 
-void printClass(std::FILE* out, YcRxClass* cls, int depth) {
+void addClass(std::vector<std::wstring>& lines, YcRxClass* cls, int depth) {
   const YcRxClassImp* imp = YcRxClassImp::getImpl(cls);
-  std::fwprintf(out, L"%*ls%ls", depth * 2, L"", cls->name());
-  if (const YcRxDynLoadModuleProxy* module = imp->moduleProxy())
-    std::fwprintf(out, L"  [%ls]", module->fileName() ? module->fileName() : L"?");
-  std::fwprintf(out, L"\n");
+  std::wstring line(static_cast<size_t>(depth) * 2, L' ');
+  line += cls->name();
+  if (const YcRxDynLoadModuleProxy* module = imp->moduleProxy()) {
+    wchar_t base[1024], ext[1024];
+    KmPathMaker::getFileName(module->fileName(), base, 1024);
+    KmPathMaker::getExtFileName(module->fileName(), ext, 1024);
+    line += std::wstring(L"   [") + base + ext + L"]";
+  }
+  lines.push_back(line);
   if (YcRxLinkedList* subs = imp->subClasses())
     for (YcRxLinkedNode* n = subs->frontNode(); n; n = n->next())
-      printClass(out, static_cast<YcRxClass*>(n->object()), depth + 1);
+      addClass(lines, static_cast<YcRxClass*>(n->object()), depth + 1);
 }
 
 }  // namespace
 
-void printClassTree(std::FILE* out, YcRxClass* root) {
-  if (root) printClass(out, root, 0);
+std::vector<std::wstring> classTreeLines(YcRxClass* root) {
+  std::vector<std::wstring> lines;
+  if (root) addClass(lines, root, 0);
+  return lines;
 }

@@ -1,8 +1,9 @@
-// Prints the runtime's class tree: each class indented under its parent.
+// The runtime's class tree as text: each class indented under its parent,
+// with the module that registered it.
 #pragma once
-#include <cstdio>
+#include <string>
+#include <vector>
 
 class YcRxClass;
 
-// Writes the tree below root (the whole tree for the root descriptor) to out.
-void printClassTree(std::FILE* out, YcRxClass* root);
+std::vector<std::wstring> classTreeLines(YcRxClass* root);

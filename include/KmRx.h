@@ -1,6 +1,7 @@
 // Everything KmRx exports, the platform contract included.
 #pragma once
 
+#include "KmConsole.h"
 #include "KmCrashRecorder.h"
 #include "KmErrorStatus.h"
 #include "KmExceptionWithMsg.h"

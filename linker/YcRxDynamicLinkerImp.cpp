@@ -242,9 +242,10 @@ YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& pat
       kmrxShowMessage(1001, path.rawString());
     }
     // The log keeps the loader's own words: they name a missing dependency.
-    std::wstring detail(path.rawString());
-    if (!loaderText.empty()) detail += L": " + loaderText;
-    kmrxLogLine(L"yrx %s load failure", detail.c_str());
+    std::wstring format = L"yrx %s load failure";
+    if (!loaderText.empty()) format += L": ";
+    for (wchar_t c : loaderText) format += c == L'%' ? std::wstring(L"%%") : std::wstring(1, c);
+    kmrxLogLine(format.c_str(), path.rawString());
     delete record;
     return nullptr;
   }

@@ -23,6 +23,8 @@ enum : DWORD {
   kErrorBadExeFormat = 193,
 };
 
+// A name without a directory is looked for in the current directory first,
+// then where the dynamic loader looks.
 KMRX_API HMODULE LoadLibraryExW(const wchar_t* fileName, void* reserved, DWORD flags);
 KMRX_API void* GetProcAddress(HMODULE module, const char* name);
 // Releases one load; true on success.

@@ -109,8 +109,12 @@ HMODULE LoadLibraryExW(const wchar_t* fileName, void*, DWORD) {
     SetLastError(kErrorModNotFound);
     return nullptr;
   }
-  const std::string path = kmToUtf8(fileName);
-  // Names without a directory are searched for by the loader; only paths can be looked at first.
+  std::string path = kmToUtf8(fileName);
+  // A bare name is looked for in the current directory first, as the host
+  // platform's loader does; otherwise the loader searches its usual places,
+  // and only a path can be looked at before loading.
+  if (path.find('/') == std::string::npos && kmOsTable().isRegularFile(path.c_str()))
+    path = "./" + path;
   const bool isPath = path.find('/') != std::string::npos;
   FileVerdict verdict;
   if (isPath) {

@@ -1,0 +1,12 @@
+// Small text helpers of the host: narrow/wide conversion, case-insensitive
+// comparison, splitting a command line.
+#pragma once
+#include <string>
+
+std::wstring widen(const char* utf8);
+std::string narrow(const std::wstring& wide);
+std::wstring upper(std::wstring text);
+bool equalNoCase(const std::wstring& a, const std::wstring& b);
+std::wstring trim(const std::wstring& text);
+// Splits "word rest of line" at the first blank.
+void splitFirstWord(const std::wstring& line, std::wstring& word, std::wstring& rest);

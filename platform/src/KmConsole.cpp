@@ -1,0 +1,5 @@
+#include "KmConsole.h"
+
+#include <unistd.h>
+
+bool kmIsInteractiveInput() { return ::isatty(0) != 0; }
