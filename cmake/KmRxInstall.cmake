@@ -8,6 +8,9 @@ install(TARGETS KmRx KmPlatformBase EXPORT KmRxTargets
   PUBLIC_HEADER DESTINATION ${KMRX_INSTALL_INCLUDEDIR}
   INCLUDES DESTINATION ${KMRX_INSTALL_INCLUDEDIR})
 
+# The sample host's API for modules, so example modules build against the package.
+install(FILES host/YrxHostApi.h DESTINATION ${KMRX_INSTALL_INCLUDEDIR})
+
 set(KMRX_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KmRx)
 install(EXPORT KmRxTargets NAMESPACE KmRx:: DESTINATION ${KMRX_CMAKE_DIR})
 configure_package_config_file(cmake/KmRxConfig.cmake.in

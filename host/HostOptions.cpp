@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "HostText.h"
+#include "KmPathMaker.h"
 
 #ifndef YRXHOST_EXAMPLES_DIR
 #define YRXHOST_EXAMPLES_DIR "examples"
@@ -99,5 +100,15 @@ bool parseHostOptions(int argc, char** argv, HostOptions& options) {
     const char* tmp = std::getenv("TMPDIR");
     options.logFile = widen(tmp && *tmp ? tmp : "/tmp") + L"/yrxhost.log";
   }
+  // The host changes directory to read the list file, so every path is made
+  // absolute now, while relative ones still mean what the user meant.
+  auto absolute = [](std::wstring& path) {
+    wchar_t full[1024];
+    if (!path.empty() && KmPathMaker::getFullFileName(path.c_str(), full, 1024)) path = full;
+  };
+  for (std::wstring* path : {&options.examplesDir, &options.storeDir, &options.listFile,
+                             &options.logFile, &options.scriptFile})
+    absolute(*path);
+  for (std::wstring& dir : options.modulePath) absolute(dir);
   return true;
 }

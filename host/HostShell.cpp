@@ -140,6 +140,13 @@ void HostShell::load(const std::wstring& name) {
     for (const std::wstring& dir : mServices.modulePath()) dirs += L" " + dir;
     return print(L"The module " + name + L" was not found here or on the module path:" + dirs);
   }
+  // A second load would make a second record for the same module.
+  if (ycrxAppIsLoaded(found)) {
+    wchar_t format[1024], text[1024];
+    KmRxGetResString(1002, format, 1024);
+    kmSwprintf(text, 1024, format, found);
+    return print(text);
+  }
   if (ycrxLoadModule(name.c_str(), true, true)) return;
   print(L"The module " + name + L" was not loaded.");
 }
