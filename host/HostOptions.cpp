@@ -1,5 +1,6 @@
 #include "HostOptions.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -109,6 +110,11 @@ bool parseHostOptions(int argc, char** argv, HostOptions& options) {
   for (std::wstring* path : {&options.examplesDir, &options.storeDir, &options.listFile,
                              &options.logFile, &options.scriptFile})
     absolute(*path);
-  for (std::wstring& dir : options.modulePath) absolute(dir);
+  std::vector<std::wstring> dirs;
+  for (std::wstring dir : options.modulePath) {
+    absolute(dir);
+    if (std::find(dirs.begin(), dirs.end(), dir) == dirs.end()) dirs.push_back(dir);
+  }
+  options.modulePath = dirs;
   return true;
 }

@@ -1,0 +1,85 @@
+// Drives the real yrxhost through sessions and checks what it prints.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#if defined(KMRX_HOST_BINARY) && defined(KMRX_EXAMPLES_DIR) && defined(KMRX_EXAMPLE_MODULE_DIR)
+
+namespace {
+
+// Runs the host with the example stores and modules plus extra arguments,
+// feeding input on stdin; returns everything it printed.
+std::string runHost(const std::string& args, const std::string& input = "") {
+  const std::string inputFile = testing::TempDir() + "host-input.txt";
+  std::ofstream(inputFile) << input;
+  const std::string command = std::string(KMRX_HOST_BINARY) + " --examples " + KMRX_EXAMPLES_DIR +
+                              " --module-path " + KMRX_EXAMPLE_MODULE_DIR + " --log " +
+                              testing::TempDir() + "host.log " + args + " < " + inputFile + " 2>&1";
+  std::string out;
+  if (std::FILE* pipe = popen(command.c_str(), "r")) {
+    char buffer[4096];
+    while (std::fgets(buffer, sizeof(buffer), pipe)) out += buffer;
+    EXPECT_EQ(0, pclose(pipe)) << out;
+  }
+  return out;
+}
+
+// Asserts that each needle occurs in text, in the order given.
+void expectInOrder(const std::string& text, std::initializer_list<const char*> needles) {
+  size_t at = 0;
+  for (const char* needle : needles) {
+    const size_t found = text.find(needle, at);
+    ASSERT_NE(std::string::npos, found) << "missing, or out of order: \"" << needle << "\"\n" << text;
+    at = found + 1;
+  }
+}
+
+}  // namespace
+
+TEST(HostSession, DemoShowsDemandLoadingClassTreeDependencyCountingAndUnloading) {
+  const std::string out = runHost("--demo");
+  expectInOrder(out, {"yrx> modules", "units.yrx            1", "hello.yrx",
+                      "Loading the application Shapes for the command AREA",
+                      "ExShape   [shapes.yrx]", "    ExCircle   [shapes.yrx]",
+                      "units.yrx            2",
+                      "The module units.yrx is in use by 1 dependent module(s)",
+                      "Unloaded shapes.yrx.", "Unloaded units.yrx.",
+                      "yrx /", "units.yrx unload"});
+  EXPECT_EQ(std::string::npos, out.find("runtime error")) << out;
+}
+
+TEST(HostSession, BadInputIsReportedAndTheHostGoesOn) {
+  const std::string out = runHost("", "NOSUCHCOMMAND\nload nothere.yrx\nunload hello\nload hello.yrx\nhelp unload\nmodules\n");
+  expectInOrder(out, {"Unknown command: NOSUCHCOMMAND",
+                      "The module nothere.yrx was not found here or on the module path",
+                      "The module hello is not loaded.",
+                      "is already loaded",
+                      "unload <module>",
+                      "hello.yrx            1"});
+}
+
+TEST(HostSession, MalformedStoresAreReportedByFileAndLineAndTheRestIsRead) {
+  const std::string dir = testing::TempDir() + "bad-stores";
+  std::system(("mkdir -p " + dir).c_str());
+  std::ofstream(dir + "/config.reg")
+      << "[Applications\\Shapes]\n\"LOADER\"=\"shapes.yrx\"\n\"LOADCTRLS\"=dword:zz\nthis line is wrong\n"
+         "\"LOADCTRLS\"=dword:0000002c\n[Applications\\Shapes\\Groups]\n\"SHAPES\"=\"\"\n"
+         "[Applications\\Shapes\\Commands]\n\"SHAPES\"=\"shapes\"\n";
+  const std::string out = runHost("--store-dir " + dir, "apps\nSHAPES\n");
+  expectInOrder(out, {"config.reg:3:", "config.reg:4:", "Shapes  shapes.yrx",
+                      "Loading the application Shapes for the command SHAPES", "ExCircle"});
+}
+
+TEST(HostSession, EndOfInputUnloadsEverythingAndExitsCleanly) {
+  const std::string out = runHost("", "AREA square 2 cm\n");
+  expectInOrder(out, {"Loading the application Shapes", "square"});
+  const std::string log = [] {
+    std::ifstream in(testing::TempDir() + "host.log");
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }();
+  expectInOrder(log, {"shapes.yrx load success", "shapes.yrx unload", "units.yrx unload"});
+}
+
+#endif
