@@ -13,7 +13,7 @@ YCRX_DEFINE_MEMBERS(YcRxDictionaryImp, L"YcRxDictionaryImp", L"AcRxDictionary")
 namespace {
 
 bool sameText(const YcRxString* key, const wchar_t* text) {
-  return key->ignoresCase() ? ::wcscasecmp(key->rawString(), text) == 0
+  return key->ignoresCase() ? kmrxCompareNoCase(key->rawString(), text) == 0
                             : std::wcscmp(key->rawString(), text) == 0;
 }
 
@@ -30,12 +30,12 @@ bool YcRxDicItem::operator==(const YcRxDicItem& other) const {
 
 bool YcRxStringToIdMap::Less::operator()(const YcRxString* a, const wchar_t* b) const {
   if (!a) return true;
-  return a->ignoresCase() ? ::wcscasecmp(a->rawString(), b) < 0 : std::wcscmp(a->rawString(), b) < 0;
+  return a->ignoresCase() ? kmrxCompareNoCase(a->rawString(), b) < 0 : std::wcscmp(a->rawString(), b) < 0;
 }
 
 bool YcRxStringToIdMap::Less::operator()(const wchar_t* a, const YcRxString* b) const {
   if (!b) return false;
-  return b->ignoresCase() ? ::wcscasecmp(a, b->rawString()) < 0 : std::wcscmp(a, b->rawString()) < 0;
+  return b->ignoresCase() ? kmrxCompareNoCase(a, b->rawString()) < 0 : std::wcscmp(a, b->rawString()) < 0;
 }
 
 int YcRxStringToIdMap::getAt(const YcRxString* key) const {

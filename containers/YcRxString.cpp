@@ -2,6 +2,7 @@
 #include "YcRxString.h"
 
 #include <cwchar>
+#include <cwctype>
 
 #include "KmCharOp.h"
 #include "core/YcRxInternal.h"
@@ -12,9 +13,24 @@ namespace {
 wchar_t gEmptyText[1] = {0};
 
 int compareText(const wchar_t* a, const wchar_t* b, bool ignoreCase) {
-  return ignoreCase ? ::wcscasecmp(a, b) : std::wcscmp(a, b);
+  return ignoreCase ? kmrxCompareNoCase(a, b) : std::wcscmp(a, b);
+}
+
+inline wint_t foldCase(wchar_t c) {
+  if (c < 0x80) return (c >= L'A' && c <= L'Z') ? static_cast<wint_t>(c + 32) : static_cast<wint_t>(c);
+  return std::towlower(static_cast<wint_t>(c));
 }
 }  // namespace
+
+int kmrxCompareNoCase(const wchar_t* a, const wchar_t* b) {
+  wint_t ca, cb;
+  do {
+    ca = foldCase(*a++);
+    cb = foldCase(*b++);
+    if (ca == 0) break;
+  } while (ca == cb);
+  return static_cast<int>(ca) - static_cast<int>(cb);
+}
 
 wchar_t* const YcRxString::spEmptyBuf = gEmptyText;
 

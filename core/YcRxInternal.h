@@ -14,3 +14,7 @@ YcRxClass*& kmrxRootDescSlot();
 
 // Registers the runtime's own classes, in start-up order.
 void kmrxRegisterRuntimeClasses();
+
+// wcscasecmp with the same answers, without a locale call for ASCII letters:
+// case-blind look-ups (class, service and module names) sit on hot paths.
+int kmrxCompareNoCase(const wchar_t* a, const wchar_t* b);

@@ -54,7 +54,7 @@ private:
 
 namespace {
 
-bool sameNameNoCase(const wchar_t* a, const wchar_t* b) { return a && b && ::wcscasecmp(a, b) == 0; }
+bool sameNameNoCase(const wchar_t* a, const wchar_t* b) { return a && b && kmrxCompareNoCase(a, b) == 0; }
 
 // Marks a record as receiving a message and as the host's module being loaded
 // for the length of one delivery.

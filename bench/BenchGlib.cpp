@@ -1,0 +1,85 @@
+// Peer rows from GLib's type system, when it was found at build time:
+// g_type_is_a over an 8-deep GType chain, and g_type_from_name over 1,000
+// registered type names.
+#include "BenchSupport.h"
+
+#ifdef KMRX_BENCH_WITH_GLIB
+
+#include <glib-object.h>
+
+#include <cstdio>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+GType gDepth[9];  // gDepth[1..8]
+GType gOther;
+std::vector<std::string> gNames;
+std::vector<const char*> gProbes;
+constexpr int kProbes = 1024;
+
+GType registerType(GType parent, const char* name) {
+  return g_type_register_static_simple(parent, g_intern_string(name), sizeof(GObjectClass),
+                                       nullptr, sizeof(GObject), nullptr, GTypeFlags(0));
+}
+
+void buildTypes() {
+  GType parent = G_TYPE_OBJECT;
+  for (int d = 1; d <= 8; ++d) {
+    const std::string name = "BenchGDepth" + std::to_string(d);
+    gDepth[d] = registerType(parent, name.c_str());
+    parent = gDepth[d];
+  }
+  gOther = registerType(G_TYPE_OBJECT, "BenchGOther");
+  char buffer[32];
+  for (int i = 0; i < 1000; ++i) {
+    std::snprintf(buffer, sizeof buffer, "BenchClass%04d", i);
+    gNames.emplace_back(buffer);
+    registerType(G_TYPE_OBJECT, buffer);
+  }
+  // The same probe order as the class dictionary's.
+  std::mt19937 random(457);
+  for (int i = 0; i < kProbes; ++i) gProbes.push_back(gNames[random() % 1000].c_str());
+}
+
+template <int Depth, bool Hit>
+void BM_GTypeIsA(benchmark::State& state) {
+  GType type = gDepth[Depth];
+  const GType target = Hit ? gDepth[1] : gOther;
+  if (static_cast<bool>(g_type_is_a(type, target)) != Hit) state.SkipWithError("wrong answer");
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(type);
+    gboolean kind = g_type_is_a(type, target);
+    benchmark::DoNotOptimize(kind);
+  }
+}
+
+void BM_GTypeFromName(benchmark::State& state) {
+  for (const char* probe : gProbes)
+    if (!g_type_from_name(probe)) state.SkipWithError("type not found");
+  unsigned i = 0;
+  for (auto _ : state) {
+    GType type = g_type_from_name(gProbes[i++ & (kProbes - 1)]);
+    benchmark::DoNotOptimize(type);
+  }
+}
+
+}  // namespace
+
+void registerGlibBenchmarks() {
+  buildTypes();
+  using benchmark::RegisterBenchmark;
+  RegisterBenchmark("kindOf/depth1_hit/g_type_is_a", BM_GTypeIsA<1, true>);
+  RegisterBenchmark("kindOf/depth1_miss/g_type_is_a", BM_GTypeIsA<1, false>);
+  RegisterBenchmark("kindOf/depth8_hit/g_type_is_a", BM_GTypeIsA<8, true>);
+  RegisterBenchmark("kindOf/depth8_miss/g_type_is_a", BM_GTypeIsA<8, false>);
+  RegisterBenchmark("classLookup/1000_classes/g_type_from_name", BM_GTypeFromName);
+}
+
+#else
+
+void registerGlibBenchmarks() {}
+
+#endif
