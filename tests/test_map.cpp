@@ -1,7 +1,5 @@
-// YcRxMap (cloned, self-ordering keys) and YcRxPEClassMap (address-ordered
-// keys), with their iterators' opposite next() answers.
-#include <algorithm>
-#include <functional>
+// YcRxMap (cloned, self-ordering keys) and YcRxPEClassMap (address-ordered keys). Values are
+// stack objects: a map that deleted one would crash the test.
 #include <memory>
 #include <vector>
 
@@ -9,408 +7,180 @@
 
 namespace {
 
-const wchar_t* const kForeignIterator = L"Rx module fatal error, code is 46";
-
-// An orderable, clonable key; counts instances to follow the map's clones.
-class MapTestKey : public YcRxObject {
-  YCRX_DECLARE_MEMBERS(MapTestKey);
-
-  MapTestKey() { ++sAlive, ++sMade; }
-  explicit MapTestKey(int v) : mValue(v) { ++sAlive, ++sMade; }
-  MapTestKey(const MapTestKey&) = delete;
-  ~MapTestKey() override { --sAlive; }
-
+// An orderable, clonable key that counts its instances; negative keys cannot be ordered.
+class MapKey : public YcRxObject {
+  YCRX_DECLARE_MEMBERS(MapKey);
+  explicit MapKey(int v = 0) : mValue(v) { ++sAlive, ++sMade; }
+  ~MapKey() override { --sAlive; }
   Ycad::ErrorStatus copyFrom(const YcRxObject* other) override {
-    const MapTestKey* k = MapTestKey::cast(other);
-    if (!k) return Ycad::eWrongObjectClass;
-    mValue = k->mValue;
+    mValue = MapKey::cast(other)->mValue;
     return Ycad::eOk;
   }
   YcRx::Ordering comparedTo(const YcRxObject* other) const override {
-    const MapTestKey* k = MapTestKey::cast(other);
-    if (!k) return YcRx::kNotOrderable;
+    const MapKey* k = MapKey::cast(other);
+    if (!k || mValue < 0 || k->mValue < 0) return YcRx::kNotOrderable;
     if (mValue == k->mValue) return YcRx::kEqual;
     return mValue < k->mValue ? YcRx::kLessThan : YcRx::kGreaterThan;
   }
-
-  int mValue = 0;
-  static int sAlive;
-  static int sMade;
+  int mValue;
+  static int sAlive, sMade;
 };
-int MapTestKey::sAlive = 0;
-int MapTestKey::sMade = 0;
-YCRX_DEFINE_MEMBERS_WITH_CONS(MapTestKey, L"MapTestKey", L"AcRxObject")
+int MapKey::sAlive = 0, MapKey::sMade = 0;
+YCRX_DEFINE_MEMBERS_WITH_CONS(MapKey, L"MapTestKey", L"AcRxObject")
 
-// Clonable but without an ordering: comparedTo stays "not orderable".
-class MapTestPlainKey : public YcRxObject {
-  YCRX_DECLARE_MEMBERS(MapTestPlainKey);
-  Ycad::ErrorStatus copyFrom(const YcRxObject*) override { return Ycad::eOk; }
-};
-YCRX_DEFINE_MEMBERS_WITH_CONS(MapTestPlainKey, L"MapTestPlainKey", L"AcRxObject")
-
-class MapValue : public YcRxObject {
-public:
-  MapValue() { ++sAlive; }
-  ~MapValue() override { --sAlive; }
-  static int sAlive;
-};
-int MapValue::sAlive = 0;
-
-int keyOf(const YcRxObject* key) {
-  const MapTestKey* k = MapTestKey::cast(key);
-  return k ? k->mValue : -1;
-}
+int keyOf(const YcRxObject* key) { return MapKey::cast(key) ? MapKey::cast(key)->mValue : -99; }
+using Iterator = std::unique_ptr<YcRxGenericMapIterator>;
 
 class MapTest : public RuntimeTest {
 protected:
+  // Keys 1..3 go in out of order, each with value v[key - 1].
   void SetUp() override {
     RuntimeTest::SetUp();
-    MapTestKey::rxInit();
-    MapTestPlainKey::rxInit();
+    MapKey::rxInit();
     ycrxBuildClassHierarchy();
-    clearFatalMessages();
+    for (int k : {3, 1, 2})
+      EXPECT_EQ(nullptr, map.setAt(std::make_unique<MapKey>(k).get(), &v[k - 1]));
   }
-
-  // Puts keys 1..3 in the order 3, 1, 2 with values v[k-1].
-  void fill(YcRxMap& map) {
-    for (int k : {3, 1, 2}) {
-      MapTestKey key(k);
-      EXPECT_EQ(nullptr, map.setAt(&key, &v[k - 1]));
-    }
-  }
-
+  const int mKeys = MapKey::sAlive, mMade = MapKey::sMade;
   YcRxObject v[4];
+  YcRxMap map;
 };
 
-TEST_F(MapTest, EmptyMapFindsNothingAndItsIteratorIsDone) {
-  YcRxMap map;
-  MapTestKey k(1);
-  EXPECT_EQ(0, map.count());
-  EXPECT_EQ(nullptr, map.find(&k));
-  EXPECT_EQ(nullptr, map.find(nullptr));
-  EXPECT_FALSE(map.has(&k));
-  EXPECT_FALSE(map.has(nullptr));
-  EXPECT_EQ(nullptr, map.findIterator(&k));
-  EXPECT_EQ(nullptr, map.findIterator(nullptr));
-  EXPECT_EQ(nullptr, map.remove(&k));
-  YcRxIterator* it = map.newIterator();
-  EXPECT_TRUE(it->done());
-  EXPECT_FALSE(it->next());
-  EXPECT_EQ(nullptr, map.remove(it));
-  delete it;
-}
-
 TEST_F(MapTest, StoresKeyClonesAndIteratesAscendingWithNextTrueAtTheEnd) {
-  YcRxMap map;
-  const int made = MapTestKey::sMade, alive = MapTestKey::sAlive;
-  fill(map);
-  EXPECT_EQ(3, map.count());
-  EXPECT_EQ(alive + 3, MapTestKey::sAlive);  // the callers' keys are gone, the clones remain
-  EXPECT_EQ(made + 6, MapTestKey::sMade);
-
+  EXPECT_EQ(mKeys + 3, MapKey::sAlive);  // the callers' keys are gone, the clones remain
+  EXPECT_EQ(mMade + 6, MapKey::sMade);
   std::vector<int> keys;
   std::vector<bool> answers;
-  YcRxGenericMapIterator* it = map.newMapIterator();
-  ASSERT_NE(nullptr, YcRxMapIterator::cast(it));
-  while (!it->done()) {
+  Iterator it(map.newMapIterator());
+  for (; !it->done(); answers.push_back(it->next())) {
     keys.push_back(keyOf(it->key()));
-    EXPECT_EQ(&v[keyOf(it->key()) - 1], it->object());
-    answers.push_back(it->next());
+    EXPECT_EQ(&v[keys.back() - 1], it->object());
   }
   EXPECT_EQ((std::vector<int>{1, 2, 3}), keys);
   EXPECT_EQ((std::vector<bool>{false, false, true}), answers);
   EXPECT_FALSE(it->next());
-  delete it;
 
-  MapTestKey probe(2);
-  EXPECT_EQ(&v[1], map.find(&probe));
-  EXPECT_TRUE(map.has(&probe));
-}
-
-TEST_F(MapTest, SetAtOfPresentKeyReplacesValueAndKeepsStoredKey) {
-  YcRxMap map;
-  MapTestKey first(7), second(7);
-  EXPECT_EQ(nullptr, map.setAt(&first, &v[0]));
-  YcRxGenericMapIterator* it = map.findIterator(&first);
-  ASSERT_NE(nullptr, it);
-  const YcRxObject* storedKey = it->key();
-  EXPECT_NE(&first, storedKey);
-  delete it;
-
-  const int made = MapTestKey::sMade;
-  EXPECT_EQ(&v[0], map.setAt(&second, &v[1]));
-  EXPECT_EQ(made, MapTestKey::sMade) << "an existing key must not be cloned again";
-  EXPECT_EQ(1, map.count());
-  it = map.findIterator(&second);
-  ASSERT_NE(nullptr, it);
-  EXPECT_EQ(storedKey, it->key());
+  MapKey two(2);  // findIterator stands on the entry and walks on from there
+  it.reset(map.findIterator(&two));
   EXPECT_EQ(&v[1], it->object());
-  delete it;
-}
-
-TEST_F(MapTest, NullValueIsCountedButNotHad) {
-  YcRxMap map;
-  MapTestKey k(1);
-  map.setAt(&k, nullptr);
-  EXPECT_EQ(1, map.count());
-  EXPECT_FALSE(map.has(&k));
-  EXPECT_EQ(nullptr, map.find(&k));
-  YcRxGenericMapIterator* it = map.findIterator(&k);
-  ASSERT_NE(nullptr, it);  // the entry is there
-  EXPECT_EQ(nullptr, it->object());
-  delete it;
-}
-
-TEST_F(MapTest, KeysThatCannotBeOrderedCountAsOneKey) {
-  YcRxMap map;
-  MapTestPlainKey first, second;
-  EXPECT_EQ(nullptr, map.setAt(&first, &v[0]));
-  EXPECT_EQ(&v[0], map.setAt(&second, &v[1]));
-  EXPECT_EQ(1, map.count());
-  EXPECT_EQ(&v[1], map.find(&first));
-  YcRxIterator* it = map.newIterator();
-  EXPECT_NE(nullptr, MapTestPlainKey::cast(static_cast<YcRxMapIterator*>(it)->key()));
-  delete it;
-  EXPECT_EQ(&v[1], map.remove(&second));
-  EXPECT_EQ(0, map.count());
-}
-
-TEST_F(MapTest, KeyWhoseClassCannotCloneIsStoredAsNullKey) {
-  // The string class has no factory, so its clone is null; the entry still goes in.
-  YcRxMap map;
-  YcRxString key(L"k", false);
-  EXPECT_EQ(nullptr, map.setAt(&key, &v[0]));
-  EXPECT_EQ(1, map.count());
-  std::unique_ptr<YcRxGenericMapIterator> it(map.newMapIterator());
-  ASSERT_FALSE(it->done());
-  EXPECT_EQ(nullptr, it->key());
-  EXPECT_EQ(&v[0], it->object());
-  it.reset();
-  map.removeAll();
-  EXPECT_EQ(0, map.count());
-}
-
-TEST_F(MapTest, FindIteratorStandsOnTheEntryAndWalksOnFromThere) {
-  YcRxMap map;
-  fill(map);
-  MapTestKey k(2);
-  YcRxGenericMapIterator* it = map.findIterator(&k);
-  ASSERT_NE(nullptr, YcRxMapIterator::cast(it));
-  EXPECT_EQ(2, keyOf(it->key()));
-  EXPECT_EQ(&v[1], it->object());
-  EXPECT_FALSE(it->next());
+  it->next();
   EXPECT_EQ(3, keyOf(it->key()));
-  EXPECT_TRUE(it->next());
-  EXPECT_TRUE(it->done());
-  delete it;
 }
 
-TEST_F(MapTest, RemoveByKeyDeletesTheStoredKeyAndHandsBackTheValue) {
-  YcRxMap map;
-  fill(map);
-  const int alive = MapTestKey::sAlive;
-  MapTestKey k(1);
-  EXPECT_EQ(&v[0], map.remove(&k));
-  EXPECT_EQ(alive, MapTestKey::sAlive);  // k added one, the stored copy went
-  EXPECT_EQ(2, map.count());
-  EXPECT_EQ(nullptr, map.remove(&k));
+TEST_F(MapTest, LookupsFindNothingForNullOrAbsentKeysAndOneEntryForUnorderableOnes) {
+  MapKey k(9);
+  EXPECT_TRUE(!map.remove(&k) && !map.find(&k) && !map.findIterator(&k) && !map.find(nullptr) &&
+              !map.has(nullptr) && !map.findIterator(nullptr));
+  YcRxMap other;
+  EXPECT_TRUE(std::unique_ptr<YcRxIterator>(other.newIterator())->done());
+  MapKey first(-1), second(-2);
+  EXPECT_EQ(nullptr, other.setAt(&first, &v[0]));
+  EXPECT_EQ(&v[0], other.setAt(&second, &v[1]));
+  EXPECT_EQ(1, other.count());
+  EXPECT_EQ(&v[1], other.remove(&first));
 }
 
-TEST_F(MapTest, RemoveThroughIteratorAdvancesBeforeErasing) {
-  YcRxMap map;
-  fill(map);
-  YcRxIterator* it = map.newIterator();
-  EXPECT_EQ(&v[0], map.remove(it));
-  ASSERT_FALSE(it->done());
-  EXPECT_EQ(&v[1], it->object());  // already on the following entry
+TEST_F(MapTest, SetAtOfPresentKeyReplacesValueAndKeepsTheStoredKey) {
+  MapKey again(2);
+  Iterator it(map.findIterator(&again));
+  const YcRxObject* stored = it->key();
+  EXPECT_EQ(&v[1], map.setAt(&again, &v[3]));
+  EXPECT_EQ(mMade + 7, MapKey::sMade) << "an existing key must not be cloned again";
+  it.reset(map.findIterator(&again));
+  EXPECT_EQ(stored, it->key());
+  EXPECT_EQ(&v[3], it->object());
+  // A null value is an entry that has() does not see.
+  EXPECT_EQ(&v[3], map.setAt(&again, nullptr));
+  EXPECT_EQ(3, map.count());
+  EXPECT_FALSE(map.has(&again));
+  EXPECT_TRUE(Iterator(map.findIterator(&again)) != nullptr);
 
-  std::vector<YcRxObject*> removed;
-  while (!it->done()) removed.push_back(map.remove(it));  // no next() in this loop
-  EXPECT_EQ((std::vector<YcRxObject*>{&v[1], &v[2]}), removed);
-  EXPECT_TRUE(it->done());
-  EXPECT_EQ(0, map.count());
-  EXPECT_EQ(nullptr, map.remove(it));
-  delete it;
-}
-
-TEST_F(MapTest, SetAtThroughIteratorReplacesOnlyTheValue) {
-  YcRxMap map;
-  fill(map);
-  YcRxGenericMapIterator* it = map.newMapIterator();
-  const YcRxObject* key = it->key();
-  EXPECT_EQ(&v[0], map.setAt(static_cast<YcRxIterator*>(it), &v[3]));
-  EXPECT_EQ(key, it->key());
-  MapTestKey k(1);
-  EXPECT_EQ(&v[3], map.find(&k));
-  EXPECT_EQ(nullptr, map.setAt(static_cast<YcRxIterator*>(nullptr), &v[0]));
+  // Through an iterator only the value changes; null and finished iterators change nothing.
+  it.reset(map.newMapIterator());
+  EXPECT_EQ(&v[0], map.setAt(static_cast<YcRxIterator*>(it.get()), &v[3]));
+  EXPECT_EQ(1, keyOf(it->key()));
+  EXPECT_EQ(&v[3], it->object());
   while (!it->done()) it->next();
-  EXPECT_EQ(nullptr, map.setAt(static_cast<YcRxIterator*>(it), &v[0]));
-  EXPECT_EQ(3, map.count());
-  delete it;
+  EXPECT_TRUE(!map.setAt(static_cast<YcRxIterator*>(nullptr), &v[0]) &&
+              !map.setAt(static_cast<YcRxIterator*>(it.get()), &v[0]));
 }
 
-TEST_F(MapTest, RemoveAllAndDestructionDeleteKeyClonesButNeverValues) {
-  const int keys = MapTestKey::sAlive, values = MapValue::sAlive;
-  MapValue* held[3] = {new MapValue, new MapValue, new MapValue};
+TEST_F(MapTest, RemovalDeletesStoredKeysButNeverValues) {
+  MapKey one(1);
+  EXPECT_EQ(&v[0], map.remove(&one));
+  EXPECT_EQ(mKeys + 3, MapKey::sAlive);  // 'one' added one, the stored copy went
+  std::unique_ptr<YcRxIterator> it(map.newIterator());
+  std::vector<YcRxObject*> removed;
+  while (!it->done()) removed.push_back(map.remove(it.get()));  // no next() in this loop
+  EXPECT_EQ((std::vector<YcRxObject*>{&v[1], &v[2]}), removed);
+  EXPECT_EQ(nullptr, map.remove(it.get()));
   {
-    YcRxMap map;
-    for (int i = 0; i < 3; ++i) {
-      MapTestKey k(i);
-      map.setAt(&k, held[i]);
-    }
+    YcRxMap local;
+    local.setAt(&one, &v[0]);
+    map.setAt(&one, &v[1]);
     map.removeAll();
-    EXPECT_EQ(0, map.count());
-    EXPECT_EQ(keys, MapTestKey::sAlive);
-    for (int i = 0; i < 3; ++i) {
-      MapTestKey k(i);
-      map.setAt(&k, held[i]);
-    }
+    EXPECT_EQ(mKeys + 2, MapKey::sAlive);
   }
-  EXPECT_EQ(keys, MapTestKey::sAlive);
-  EXPECT_EQ(values + 3, MapValue::sAlive);
-  for (MapValue* p : held) delete p;
+  EXPECT_EQ(mKeys + 1, MapKey::sAlive);
 }
 
-TEST_F(MapTest, ForeignIteratorIsReportedAndNeverUsed) {
-  YcRxMap map;
-  fill(map);
-  YcRxLinkedList list;
+TEST_F(MapTest, ForeignIteratorIsReportedAndNeverUsedByEitherMap) {
+  YcRxPEClassMap pe;
+  pe.setAt(&v[0], &v[1]);
+  YcRxLinkedList list, empty;
   list.addTail(&v[3]);
-  YcRxIterator* foreign = list.newIterator();
-
-  EXPECT_EQ(nullptr, map.remove(foreign));
-  EXPECT_EQ(nullptr, map.setAt(foreign, &v[0]));
-  EXPECT_EQ(2, fatalCount(kForeignIterator));
-  EXPECT_EQ(2, static_cast<int>(fatalMessages().size()));
+  std::unique_ptr<YcRxIterator> foreign(list.newIterator()), finished(empty.newIterator());
+  for (YcRxGenericMap* m : std::vector<YcRxGenericMap*>{&map, &pe}) {
+    EXPECT_EQ(nullptr, m->remove(foreign.get()));
+    EXPECT_EQ(nullptr, m->setAt(foreign.get(), &v[2]));
+  }
+  EXPECT_EQ(nullptr, map.remove(finished.get()));  // the class is checked before done()
+  EXPECT_EQ(5, fatalCount(L"Rx module fatal error, code is 46"));
   EXPECT_EQ(3, map.count());
-  EXPECT_EQ(&v[3], list.front());
-  EXPECT_EQ(&v[3], foreign->object());
-  delete foreign;
-
-  // remove() checks the class before it looks at done().
-  YcRxLinkedList empty;
-  foreign = empty.newIterator();
-  EXPECT_EQ(nullptr, map.remove(foreign));
-  EXPECT_EQ(3, fatalCount(kForeignIterator));
-  delete foreign;
-}
-
-TEST_F(MapTest, ContainersAreIterableButDictionariesAndStringsAreNot) {
-  YcRxMap map;
-  YcRxPEClassMap peMap;
-  YcRxLinkedList list;
-  YcRxString text(L"t", false);
-  YcRxDictionary* dict = YcRxDictionaryImp::createDictionary(0, false, false, false, nullptr);
-  EXPECT_EQ(&map, GetIterableInterface(&map));
-  EXPECT_TRUE(IsObjectIterable(&peMap));
-  EXPECT_TRUE(IsObjectIterable(&list));
-  EXPECT_FALSE(IsObjectIterable(dict));
-  EXPECT_FALSE(IsObjectIterable(&text));
-  EXPECT_EQ(nullptr, GetIterableInterface(nullptr));
-  EXPECT_FALSE(IsObjectIterable(nullptr));
-  EXPECT_STREQ(L"YcRxMap", map.isA()->name());
-  EXPECT_STREQ(L"YcRxGenericMap", map.isA()->myParent()->name());
-  EXPECT_STREQ(L"YcRxPEClassMap", peMap.isA()->name());
-  EXPECT_STREQ(L"YcRxGenericMap", peMap.isA()->myParent()->name());
-  delete dict;
+  EXPECT_EQ(&v[1], pe.find(&v[0]));
 }
 
 class PEClassMapTest : public RuntimeTest {
 protected:
   YcRxObject k[4], v[4];
+  YcRxPEClassMap map;
 };
 
-TEST_F(PEClassMapTest, SetAtReplacesInPlaceAndIgnoresNullKeys) {
-  YcRxPEClassMap map;
-  EXPECT_EQ(nullptr, map.setAt(static_cast<const YcRxObject*>(nullptr), &v[0]));
-  EXPECT_EQ(0, map.count());
-  EXPECT_EQ(nullptr, map.setAt(&k[0], &v[0]));
-  EXPECT_EQ(&v[0], map.setAt(&k[0], &v[1]));
-  EXPECT_EQ(1, map.count());
-  EXPECT_EQ(&v[1], map.find(&k[0]));
-  EXPECT_EQ(nullptr, map.find(nullptr));
-  EXPECT_EQ(nullptr, map.find(&k[1]));
-  EXPECT_EQ(nullptr, map.findIterator(nullptr));
-  EXPECT_EQ(nullptr, map.findIterator(&k[1]));
-
-  map.setAt(&k[1], nullptr);
-  EXPECT_EQ(2, map.count());
-  EXPECT_FALSE(map.has(&k[1]));
-  EXPECT_TRUE(map.has(&k[0]));
-}
-
 TEST_F(PEClassMapTest, IteratesInAscendingAddressOrderAndNextAnswersNotDone) {
-  std::vector<YcRxObject*> keys;
-  for (int i = 0; i < 4; ++i) keys.push_back(new YcRxObject);
-  YcRxPEClassMap map;
-  for (int i : {2, 0, 3, 1}) map.setAt(keys[i], &v[i]);
-  std::sort(keys.begin(), keys.end(), std::less<YcRxObject*>());
-
+  for (int i : {2, 0, 3, 1}) map.setAt(&k[i], &v[i]);
   std::vector<const YcRxObject*> seen;
   std::vector<bool> answers;
-  YcRxGenericMapIterator* it = map.newMapIterator();
-  ASSERT_NE(nullptr, YcRxPEClassMapIterator::cast(it));
-  for (; !it->done();) {
+  Iterator it(map.newMapIterator());
+  for (; !it->done(); answers.push_back(it->next())) {
     seen.push_back(it->key());
-    answers.push_back(it->next());
+    EXPECT_EQ(&v[seen.size() - 1], it->object());
   }
-  EXPECT_EQ(std::vector<const YcRxObject*>(keys.begin(), keys.end()), seen);
+  EXPECT_EQ((std::vector<const YcRxObject*>{&k[0], &k[1], &k[2], &k[3]}), seen);
   EXPECT_EQ((std::vector<bool>{true, true, true, false}), answers);
-  EXPECT_FALSE(it->next());
-  delete it;
-  for (YcRxObject* key : keys) delete key;
 }
 
-TEST_F(PEClassMapTest, IteratorRemovalAndReplacementWorkInPlace) {
-  YcRxPEClassMap map;
-  for (int i = 0; i < 3; ++i) map.setAt(&k[i], &v[i]);  // array order is address order
-  YcRxGenericMapIterator* it = map.findIterator(&k[1]);
-  ASSERT_NE(nullptr, it);
-  EXPECT_EQ(&v[1], map.setAt(static_cast<YcRxIterator*>(it), &v[3]));
-  EXPECT_EQ(&v[3], map.find(&k[1]));
-  EXPECT_EQ(&v[3], map.remove(static_cast<YcRxIterator*>(it)));
+TEST_F(PEClassMapTest, EntriesChangeInPlaceByKeyOrIterator) {
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(nullptr, map.setAt(&k[i], &v[i]));
+  EXPECT_EQ(&v[0], map.setAt(&k[0], &v[3]));
+  EXPECT_EQ(nullptr, map.setAt(static_cast<const YcRxObject*>(nullptr), &v[0]));
+  EXPECT_TRUE(!map.find(nullptr) && !map.findIterator(nullptr) && !map.findIterator(&v[0]));
+  Iterator it(map.findIterator(&k[1]));
+  YcRxIterator* at = it.get();
+  EXPECT_EQ(&v[1], map.setAt(at, &v[0]));
+  EXPECT_EQ(&v[0], map.remove(at));
   EXPECT_EQ(&k[2], it->key());  // moved past the erased entry
-  EXPECT_EQ(&v[2], map.remove(static_cast<YcRxIterator*>(it)));
+  EXPECT_EQ(&v[2], map.remove(at));
   EXPECT_TRUE(it->done());
-  EXPECT_EQ(nullptr, map.remove(static_cast<YcRxIterator*>(it)));
-  EXPECT_EQ(nullptr, map.setAt(static_cast<YcRxIterator*>(it), &v[0]));
-  EXPECT_EQ(nullptr, map.remove(static_cast<YcRxIterator*>(nullptr)));
-  delete it;
-
-  EXPECT_EQ(1, map.count());
-  EXPECT_EQ(&v[0], map.remove(&k[0]));
+  EXPECT_TRUE(!map.remove(at) && !map.setAt(at, &v[0]) &&
+              !map.remove(static_cast<YcRxIterator*>(nullptr)));
+  EXPECT_EQ(&v[3], map.remove(&k[0]));
   EXPECT_EQ(nullptr, map.remove(&k[0]));
+  map.setAt(&k[1], &v[1]);
+  map.setAt(&k[3], nullptr);  // counted, but not had
+  EXPECT_EQ(2, map.count());
+  EXPECT_FALSE(map.has(&k[3]));
+  map.removeAll();
   EXPECT_EQ(0, map.count());
-}
-
-TEST_F(PEClassMapTest, RemoveAllKeepsValuesAlive) {
-  const int values = MapValue::sAlive;
-  MapValue* held[2] = {new MapValue, new MapValue};
-  {
-    YcRxPEClassMap map;
-    map.setAt(&k[0], held[0]);
-    map.setAt(&k[1], held[1]);
-    map.removeAll();
-    EXPECT_EQ(0, map.count());
-    map.setAt(&k[0], held[0]);
-  }
-  EXPECT_EQ(values + 2, MapValue::sAlive);
-  for (MapValue* p : held) delete p;
-}
-
-TEST_F(PEClassMapTest, ForeignIteratorIsReportedAndNeverUsed) {
-  YcRxPEClassMap map;
-  map.setAt(&k[0], &v[0]);
-  YcRxLinkedList list;
-  list.addTail(&v[1]);
-  YcRxIterator* foreign = list.newIterator();
-  EXPECT_EQ(nullptr, map.setAt(foreign, &v[2]));
-  EXPECT_EQ(nullptr, map.remove(foreign));
-  EXPECT_EQ(2, fatalCount(kForeignIterator));
-  EXPECT_EQ(&v[0], map.find(&k[0]));
-  EXPECT_EQ(1, map.count());
-  EXPECT_EQ(&v[1], list.front());
-  delete foreign;
 }
 
 }  // namespace

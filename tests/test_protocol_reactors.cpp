@@ -1,60 +1,28 @@
-// Protocol reactors: one manager per class (kept as its extension), one list
-// per reactor class found by identity, reactors kept once in first-added
-// order, and nothing here ever deleting a reactor.
-#include <string>
-#include <vector>
-
+// Protocol reactors: one manager per class (kept as its extension), one list per
+// reactor class found by identity, reactors kept once in first-added order, none deleted.
 #include "KmRxTestSupport.h"
 
-// Named, not anonymous: the members the runtime-class macros define are
-// used by the runtime, not all of them by this file.
+// Named, not anonymous: the runtime, not this file, uses some macro-made members.
 namespace reactor_test {
-
-const wchar_t* const kWrongDeleteOrder = L"Delete rx class in wrong order!!!";
-
-const wchar_t* baseReactorName() {
-  static const std::wstring name = uniqueClassName(L"PrBaseReactor");
-  return name.c_str();
-}
-const wchar_t* derivedReactorName() {
-  static const std::wstring name = uniqueClassName(L"PrDerivedReactor");
-  return name.c_str();
-}
-const wchar_t* otherReactorName() {
-  static const std::wstring name = uniqueClassName(L"PrOtherReactor");
-  return name.c_str();
-}
 
 int gReactorDeaths = 0;
 
 class PrBaseReactor : public YcRxProtocolReactor {
-public:
   YCRX_DECLARE_MEMBERS(PrBaseReactor);
   ~PrBaseReactor() override { ++gReactorDeaths; }
 };
-
 class PrDerivedReactor : public PrBaseReactor {
-public:
   YCRX_DECLARE_MEMBERS(PrDerivedReactor);
 };
 
-// A reactor kind beside the base one, not below it.
-class PrOtherReactor : public YcRxProtocolReactor {
-public:
-  YCRX_DECLARE_MEMBERS(PrOtherReactor);
-  ~PrOtherReactor() override { ++gReactorDeaths; }
-};
-
-YCRX_DEFINE_MEMBERS(PrBaseReactor, baseReactorName(), L"AcRxProtocolReactor")
-YCRX_DEFINE_MEMBERS(PrDerivedReactor, derivedReactorName(), baseReactorName())
-YCRX_DEFINE_MEMBERS(PrOtherReactor, otherReactorName(), L"AcRxProtocolReactor")
+YCRX_DEFINE_MEMBERS(PrBaseReactor, L"PrTestBaseReactor", L"AcRxProtocolReactor")
+YCRX_DEFINE_MEMBERS(PrDerivedReactor, L"PrTestDerivedReactor", L"PrTestBaseReactor")
 
 }  // namespace reactor_test
 
 namespace {
 
 using namespace reactor_test;
-
 typedef std::vector<YcRxProtocolReactor*> Reactors;
 
 class ProtocolReactorTest : public RuntimeTest {
@@ -62,59 +30,34 @@ protected:
   static void SetUpTestSuite() {
     PrBaseReactor::rxInit();
     PrDerivedReactor::rxInit();
-    PrOtherReactor::rxInit();
     ycrxBuildClassHierarchy();
   }
   static void TearDownTestSuite() {
-    RecordingCrashRecorder recorder;
-    KmCrashRecorder* previous = ycadSetCrashRecorder(&recorder);
     deleteYcRxClass(PrDerivedReactor::desc());
     deleteYcRxClass(PrBaseReactor::desc());
-    deleteYcRxClass(PrOtherReactor::desc());
     YcRxClassImp::destroyDoomedRxClasses(true);
-    ycadSetCrashRecorder(previous);
   }
 
   void SetUp() override {
     RuntimeTest::SetUp();
-    ASSERT_EQ(PrBaseReactor::desc(), PrDerivedReactor::desc()->myParent());
-    ASSERT_NE(nullptr, factory());
-    mpManager = managerImp(makeHostClass(L"PrHost"));
+    mpFactory = YcRxProtocolReactorManagerFactory::cast(
+        ycrxGetModule()->getRxServices()->at(L"ProtocolReactorManager"));
+    ASSERT_NE(nullptr, mpFactory);
+    mpManager = YcRxProtocolReactorManagerImp::cast(
+        mpFactory->createReactorManager(makeHostClass(L"PrHost")));
     ASSERT_NE(nullptr, mpManager);
   }
 
-  // Managers outlive the test on their classes; their lists go so that no
-  // list keeps pointers to this test's reactors.
   void TearDown() override {
-    for (YcRxProtocolReactorManagerImp* manager : mManagers) manager->clearAllList();
     for (auto it = mClasses.rbegin(); it != mClasses.rend(); ++it) deleteYcRxClass(*it);
     YcRxClassImp::destroyDoomedRxClasses(true);
-    EXPECT_EQ(0, fatalCount(kWrongDeleteOrder));
     RuntimeTest::TearDown();
   }
 
-  static YcRxProtocolReactorManagerFactory* factory() {
-    YcRxDictionary* services = YcRxDictionary::cast(ycrxSysRegistry()->at(L"ServiceDictionary"));
-    return services ? YcRxProtocolReactorManagerFactory::cast(
-                          services->at(L"ProtocolReactorManager"))
-                    : nullptr;
-  }
-
-  // A new class under parent (the root when null), linked at once.
-  YcRxClass* makeHostClass(const wchar_t* stem, YcRxClass* parent = nullptr) {
-    const std::wstring name = uniqueClassName(stem);
-    YcRxClass* cls = newYcRxClass(name.c_str(), parent ? parent->name() : L"AcRxObject");
-    EXPECT_NE(nullptr, cls);
-    mClasses.push_back(cls);
-    ycrxBuildClassHierarchy();
-    clearFatalMessages();  // classes other suites left pending may be reported here
-    return cls;
-  }
-
-  YcRxProtocolReactorManagerImp* managerImp(YcRxClass* cls) {
-    auto* manager = YcRxProtocolReactorManagerImp::cast(factory()->createReactorManager(cls));
-    if (manager) mManagers.push_back(manager);
-    return manager;
+  YcRxClass* makeHostClass(const wchar_t* stem, YcRxClass* parent = YcRxObject::desc()) {
+    mClasses.push_back(newYcRxClass(uniqueClassName(stem).c_str(), parent->name()));
+    YcRxClassImp::initializeHierarchy(mClasses.back(), ycrxInternalGetClassDic());
+    return mClasses.back();
   }
 
   static Reactors reactorsOf(const YcRxProtocolReactorList* list) {
@@ -125,186 +68,73 @@ protected:
     return reactors;
   }
 
-  static std::vector<YcRxClass*> listClassesOf(const YcRxProtocolReactorManager* manager) {
-    std::vector<YcRxClass*> classes;
-    YcRxProtocolReactorListIterator* it = manager->newIterator();
-    for (; !it->done(); it->next())
-      classes.push_back(it->object() ? it->object()->reactorClass() : nullptr);
-    delete it;
-    return classes;
-  }
-
-  YcRxProtocolReactorList* baseList() { return mpManager->createReactorList(PrBaseReactor::desc()); }
+  YcRxProtocolReactorList* listFor(YcRxClass* cls) { return mpManager->createReactorList(cls); }
 
   std::vector<YcRxClass*> mClasses;
-  std::vector<YcRxProtocolReactorManagerImp*> mManagers;
+  YcRxProtocolReactorManagerFactory* mpFactory = nullptr;
   YcRxProtocolReactorManagerImp* mpManager = nullptr;
 };
 
-TEST_F(ProtocolReactorTest, FactoryKeepsOneManagerPerClassOnTheClass) {
-  YcRxProtocolReactorManagerFactory* f = factory();
-  EXPECT_TRUE(f->isKindOf(YcRxProtocolReactorManagerFactoryImp::desc()));
-  EXPECT_EQ(nullptr, f->createReactorManager(nullptr));
-
-  YcRxClass* host = makeHostClass(L"PrHost");
-  YcRxProtocolReactorManager* manager = f->createReactorManager(host);
-  ASSERT_NE(nullptr, YcRxProtocolReactorManagerImp::cast(manager));
-  mManagers.push_back(YcRxProtocolReactorManagerImp::cast(manager));
-  EXPECT_EQ(manager, f->createReactorManager(host));
-  EXPECT_EQ(manager, host->queryX(YcRxProtocolReactorManager::desc()));
-  EXPECT_NE(manager, mpManager) << "another class, another manager";
-}
-
-// The factory answers with whatever the class's extension table holds, so a
-// sub-class shares its parent's manager, whenever it was linked.
-TEST_F(ProtocolReactorTest, SubClassesShareTheirParentsManager) {
+TEST_F(ProtocolReactorTest, OneManagerPerClassKeptAsItsExtensionAndSharedBySubClasses) {
+  EXPECT_EQ(nullptr, mpFactory->createReactorManager(nullptr));
   YcRxClass* parent = makeHostClass(L"PrParent");
   YcRxClass* early = makeHostClass(L"PrEarlySub", parent);
-  YcRxProtocolReactorManagerImp* manager = managerImp(parent);
+  YcRxProtocolReactorManager* manager = mpFactory->createReactorManager(parent);
   ASSERT_NE(nullptr, manager);
-  YcRxClass* late = makeHostClass(L"PrLateSub", parent);
-  EXPECT_EQ(manager, factory()->createReactorManager(early));
-  EXPECT_EQ(manager, factory()->createReactorManager(late));
+  EXPECT_NE(static_cast<YcRxProtocolReactorManager*>(mpManager), manager);
+  EXPECT_EQ(manager, mpFactory->createReactorManager(parent));
+  EXPECT_EQ(manager, parent->queryX(YcRxProtocolReactorManager::desc()));
+  EXPECT_EQ(manager, mpFactory->createReactorManager(early));
+  EXPECT_EQ(manager, mpFactory->createReactorManager(makeHostClass(L"PrLateSub", parent)));
 }
 
-TEST_F(ProtocolReactorTest, ReactorListsAreFoundByIdentityOfTheReactorClass) {
-  EXPECT_EQ(nullptr, mpManager->createReactorList(nullptr));
-  YcRxProtocolReactorList* base = baseList();
-  ASSERT_NE(nullptr, base);
-  EXPECT_EQ(PrBaseReactor::desc(), base->reactorClass());
-  EXPECT_EQ(base, baseList());
-
-  YcRxProtocolReactorList* derived = mpManager->createReactorList(PrDerivedReactor::desc());
-  ASSERT_NE(nullptr, derived);
-  EXPECT_NE(base, derived);
-  EXPECT_EQ(PrDerivedReactor::desc(), derived->reactorClass());
-
+TEST_F(ProtocolReactorTest, ListsAreFoundByIdentityOfTheReactorClassInCreationOrder) {
+  YcRxProtocolReactorListIterator* it = mpManager->newIterator();
+  EXPECT_TRUE(it->done() && !it->object() && !it->next()) << "empty at once";
+  EXPECT_EQ(nullptr, listFor(nullptr));
+  YcRxProtocolReactorList* derived = listFor(PrDerivedReactor::desc());
+  YcRxProtocolReactorList* other = listFor(YcRxProtocolReactor::desc());
+  YcRxProtocolReactorList* base = listFor(PrBaseReactor::desc());
+  ASSERT_TRUE(derived && other && base);
+  EXPECT_EQ(derived, listFor(PrDerivedReactor::desc()));
   EXPECT_EQ(base, mpManager->findReactorList(PrBaseReactor::desc()));
-  EXPECT_EQ(derived, mpManager->findReactorList(PrDerivedReactor::desc()));
-  EXPECT_EQ(nullptr, mpManager->findReactorList(PrOtherReactor::desc()));
   EXPECT_EQ(nullptr, mpManager->findReactorList(nullptr));
-  EXPECT_EQ(2u, listClassesOf(mpManager).size());
+
+  std::vector<YcRxProtocolReactorList*> lists;
+  for (it->start(); !it->done(); it->next()) lists.push_back(it->object());
+  delete it;
+  EXPECT_EQ((std::vector<YcRxProtocolReactorList*>{derived, other, base}), lists);
 }
 
-TEST_F(ProtocolReactorTest, AReactorStandsOnceInFirstAddedOrder) {
-  YcRxProtocolReactorList* list = baseList();
-  PrBaseReactor a, b, c;
-  EXPECT_EQ(Ycad::eOk, list->addReactor(&c));
-  EXPECT_EQ(Ycad::eOk, list->addReactor(&a));
-  EXPECT_EQ(Ycad::eOk, list->addReactor(&b));
-  EXPECT_EQ(Ycad::eOk, list->addReactor(&a)) << "a second add is no error";
-  EXPECT_EQ(Ycad::eOk, list->addReactor(nullptr));
-  EXPECT_EQ((Reactors{&c, &a, &b}), reactorsOf(list));
-}
-
-TEST_F(ProtocolReactorTest, OnlyReactorsOfTheListsClassOrBelowAreAccepted) {
-  YcRxProtocolReactorList* list = baseList();
-  PrBaseReactor a;
-  PrDerivedReactor derived;
-  PrOtherReactor other;
-  YcRxProtocolReactor plain;  // the base of every reactor class, above the list's
-  ASSERT_EQ(Ycad::eOk, list->addReactor(&a));
-  EXPECT_EQ(46, static_cast<int>(list->addReactor(&other)));
-  EXPECT_EQ(46, static_cast<int>(list->addReactor(&plain)));
-  EXPECT_EQ((Reactors{&a}), reactorsOf(list));
-  EXPECT_EQ(Ycad::eOk, list->addReactor(&derived));
-  EXPECT_EQ((Reactors{&a, &derived}), reactorsOf(list));
-
-  YcRxProtocolReactorList* derivedList = mpManager->createReactorList(PrDerivedReactor::desc());
-  EXPECT_EQ(46, static_cast<int>(derivedList->addReactor(&a)));
-  EXPECT_EQ(Reactors{}, reactorsOf(derivedList));
-}
-
-TEST_F(ProtocolReactorTest, RemovingTakesOutOnlyThatReactorAndDeletesNothing) {
-  YcRxProtocolReactorList* list = baseList();
-  PrBaseReactor a, b, c, absent;
-  for (PrBaseReactor* r : {&a, &b, &c}) list->addReactor(r);
-  const int deaths = gReactorDeaths;
-
-  list->removeReactor(&absent);
-  EXPECT_EQ((Reactors{&a, &b, &c}), reactorsOf(list));
-  list->removeReactor(&b);
-  EXPECT_EQ((Reactors{&a, &c}), reactorsOf(list));
-  EXPECT_EQ(deaths, gReactorDeaths);
-  list->addReactor(&b);
-  EXPECT_EQ((Reactors{&a, &c, &b}), reactorsOf(list)) << "back in at the tail";
-}
-
-TEST_F(ProtocolReactorTest, IteratorsOnEmptyListsAreDoneAtOnce) {
-  YcRxProtocolReactorListIterator* lists = mpManager->newIterator();
-  EXPECT_TRUE(lists->done());
-  EXPECT_EQ(nullptr, lists->object());
-  EXPECT_FALSE(lists->next());
-  delete lists;
-
-  YcRxProtocolReactorIterator* reactors = baseList()->newIterator();
-  EXPECT_TRUE(reactors->done());
-  EXPECT_EQ(nullptr, reactors->object());
-  EXPECT_FALSE(reactors->next());
-  EXPECT_EQ(PrBaseReactor::desc(), reactors->reactorClass());
-  delete reactors;
-}
-
-TEST_F(ProtocolReactorTest, StartRewindsBothIterators) {
-  YcRxProtocolReactorList* list = baseList();
-  YcRxProtocolReactorList* otherList = mpManager->createReactorList(PrOtherReactor::desc());
-  PrBaseReactor a, b;
-  list->addReactor(&a);
-  list->addReactor(&b);
-
+TEST_F(ProtocolReactorTest, ReactorsOfTheListsClassOrBelowStandOnceInFirstAddedOrder) {
+  YcRxProtocolReactorList* list = listFor(PrBaseReactor::desc());
   YcRxProtocolReactorIterator* it = list->newIterator();
-  while (!it->done()) it->next();
+  EXPECT_TRUE(it->done() && !it->object() && !it->next()) << "empty at once";
+  PrBaseReactor a, absent;
+  auto* b = new PrBaseReactor;  // nothing here may delete it
+  PrDerivedReactor derived;
+  YcRxProtocolReactor plain;  // the base of every reactor class, above the list's
+  const int deaths = gReactorDeaths;
+  for (YcRxProtocolReactor* r : Reactors{b, &a, b, nullptr, &derived})
+    EXPECT_EQ(Ycad::eOk, list->addReactor(r));
+  EXPECT_EQ(46, static_cast<int>(list->addReactor(&plain)));
+  EXPECT_EQ(46, static_cast<int>(listFor(PrDerivedReactor::desc())->addReactor(&a)));
+  EXPECT_EQ((Reactors{b, &a, &derived}), reactorsOf(list));
   it->start();
-  ASSERT_FALSE(it->done());
-  EXPECT_EQ(&a, it->object());
-  it->next();
-  EXPECT_EQ(&b, it->object());
+  EXPECT_EQ(b, it->object()) << "start rewinds";
   delete it;
 
-  YcRxProtocolReactorListIterator* lists = mpManager->newIterator();
-  lists->next();
-  EXPECT_EQ(otherList, lists->object());
-  lists->start();
-  EXPECT_EQ(list, lists->object());
-  delete lists;
-}
-
-TEST_F(ProtocolReactorTest, ListsAreVisitedInCreationOrder) {
-  mpManager->createReactorList(PrDerivedReactor::desc());
-  mpManager->createReactorList(PrOtherReactor::desc());
-  baseList();
-  mpManager->createReactorList(PrDerivedReactor::desc());  // found, not appended
-  EXPECT_EQ((std::vector<YcRxClass*>{PrDerivedReactor::desc(), PrOtherReactor::desc(),
-                                     PrBaseReactor::desc()}),
-            listClassesOf(mpManager));
-}
-
-TEST_F(ProtocolReactorTest, DeletingListsAndManagersNeverDeletesReactors) {
-  auto* base = new PrBaseReactor;
-  auto* derived = new PrDerivedReactor;
-  auto* other = new PrOtherReactor;
-  const int deaths = gReactorDeaths;
-
-  auto* manager = new YcRxProtocolReactorManagerImp;
-  manager->createReactorList(PrBaseReactor::desc())->addReactor(base);
-  manager->createReactorList(PrBaseReactor::desc())->addReactor(derived);
-  manager->createReactorList(PrOtherReactor::desc())->addReactor(other);
-  auto* lone = new YcRxProtocolReactorListImp(PrBaseReactor::desc());
-  lone->addReactor(base);
-
-  delete lone;
-  manager->clearAllList();
-  EXPECT_TRUE(listClassesOf(manager).empty());
-  EXPECT_EQ(nullptr, manager->findReactorList(PrBaseReactor::desc()));
-  manager->createReactorList(PrOtherReactor::desc())->addReactor(other);
+  list->removeReactor(&absent);
+  list->removeReactor(b);
+  ASSERT_EQ(deaths, gReactorDeaths);
+  EXPECT_EQ((Reactors{&a, &derived}), reactorsOf(list));
+  list->addReactor(b);
+  EXPECT_EQ((Reactors{&a, &derived, b}), reactorsOf(list)) << "back in at the tail";
+  auto* manager = new YcRxProtocolReactorManagerImp;  // its lists go with it, no reactor
+  manager->createReactorList(PrBaseReactor::desc())->addReactor(b);
   delete manager;
-
   EXPECT_EQ(deaths, gReactorDeaths);
-  if (deaths == gReactorDeaths) {  // else they are gone already
-    delete base;
-    delete derived;
-    delete other;
-  }
+  if (deaths == gReactorDeaths) delete b;
 }
 
 }  // namespace
