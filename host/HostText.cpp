@@ -1,55 +1,13 @@
 #include "HostText.h"
 
+#include <cstring>
 #include <cwctype>
 
-std::wstring widen(const char* utf8) {
-  std::wstring out;
-  if (!utf8) return out;
-  const auto* p = reinterpret_cast<const unsigned char*>(utf8);
-  while (*p) {
-    unsigned c = *p;
-    int extra = c < 0x80 ? 0 : (c & 0xE0) == 0xC0 ? 1 : (c & 0xF0) == 0xE0 ? 2 : (c & 0xF8) == 0xF0 ? 3 : -1;
-    if (extra < 0) {
-      out += L'\xFFFD';
-      ++p;
-      continue;
-    }
-    c &= extra == 0 ? 0x7F : (0x3F >> extra);
-    int i = 1;
-    for (; i <= extra && (p[i] & 0xC0) == 0x80; ++i) c = (c << 6) | (p[i] & 0x3F);
-    if (i <= extra) {
-      out += L'\xFFFD';
-      p += i;
-      continue;
-    }
-    out += static_cast<wchar_t>(c);
-    p += extra + 1;
-  }
-  return out;
-}
+#include "KmUtf8.h"
 
-std::string narrow(const std::wstring& wide) {
-  std::string out;
-  for (wchar_t wc : wide) {
-    auto c = static_cast<unsigned>(wc);
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | (c >> 12));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (c >> 18));
-      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return out;
-}
+std::wstring widen(const char* utf8) { return utf8 ? kmFromUtf8(utf8, std::strlen(utf8)) : std::wstring(); }
+
+std::string narrow(const std::wstring& wide) { return kmToUtf8(wide); }
 
 std::wstring upper(std::wstring text) {
   for (wchar_t& c : text) c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));

@@ -13,6 +13,7 @@
 #include "KmResource.h"
 #include "KmRxExport.h"
 #include "KmStores.h"
+#include "KmUtf8.h"
 #include "KmWideText.h"
 #include "TesselConfig.h"
 #include "YcDbHostApplicationServices.h"
