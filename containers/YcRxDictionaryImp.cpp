@@ -1,6 +1,7 @@
 // The dictionary: item array with ids, optional key index, filter, ownership rules.
 #include "YcRxDictionaryImp.h"
 
+#include <climits>
 #include <cwchar>
 
 #include "YcRxClass.h"
@@ -13,8 +14,7 @@ YCRX_DEFINE_MEMBERS(YcRxDictionaryImp, L"YcRxDictionaryImp", L"AcRxDictionary")
 namespace {
 
 bool sameText(const YcRxString* key, const wchar_t* text) {
-  return key->ignoresCase() ? kmrxCompareNoCase(key->rawString(), text) == 0
-                            : std::wcscmp(key->rawString(), text) == 0;
+  return kmrxCompareText(key->rawString(), text, key->ignoresCase()) == 0;
 }
 
 }  // namespace
@@ -29,13 +29,11 @@ bool YcRxDicItem::operator==(const YcRxDicItem& other) const {
 // --- key index ------------------------------------------------------------------
 
 bool YcRxStringToIdMap::Less::operator()(const YcRxString* a, const wchar_t* b) const {
-  if (!a) return true;
-  return a->ignoresCase() ? kmrxCompareNoCase(a->rawString(), b) < 0 : std::wcscmp(a->rawString(), b) < 0;
+  return !a || kmrxCompareText(a->rawString(), b, a->ignoresCase()) < 0;
 }
 
 bool YcRxStringToIdMap::Less::operator()(const wchar_t* a, const YcRxString* b) const {
-  if (!b) return false;
-  return b->ignoresCase() ? kmrxCompareNoCase(a, b->rawString()) < 0 : std::wcscmp(a, b->rawString()) < 0;
+  return b && kmrxCompareText(a, b->rawString(), b->ignoresCase()) < 0;
 }
 
 int YcRxStringToIdMap::getAt(const YcRxString* key) const {
@@ -141,12 +139,26 @@ YcRxDicItem* YcRxDictionaryImp::makeEmptyItem(int& index) {
       return items + i;
     }
   }
-  index = mpItems->append(YcRxDicItem());
+  try {
+    index = mpItems->append(YcRxDicItem());
+  } catch (KmErrorStatus* error) {  // out of memory: the array says so by throwing
+    delete error;
+    index = -1;
+    return nullptr;
+  }
   return mpItems->asArrayPtr() + index;
 }
 
 YcRxDicItem* YcRxDictionaryImp::makeItemAt(int index) {
-  if (index >= mpItems->length()) mpItems->setLogicalLength(index + 1);
+  if (index < 0) return nullptr;
+  if (index >= mpItems->length()) {
+    try {
+      mpItems->setLogicalLength(index + 1);
+    } catch (KmErrorStatus* error) {
+      delete error;
+      return nullptr;
+    }
+  }
   return mpItems->asArrayPtr() + index;
 }
 
@@ -176,6 +188,7 @@ YcRxObject* YcRxDictionaryImp::atPut(const wchar_t* key, YcRxObject* value, unsi
   YcRxDicItem* item = getAt(key, &index);
   if (!item) {
     item = makeEmptyItem(index);
+    if (!item) return value;  // no room: the caller keeps the value
     YcRxString* keyString = makeKey(key);
     if (mpKeyIndex) mpKeyIndex->append(keyString, index);
     item->key() = keyString;
@@ -220,8 +233,10 @@ YcRxObject* YcRxDictionaryImp::swapValue(const YcRxDicItem* item, YcRxObject* va
 
 bool YcRxDictionaryImp::atKeyAndIdPut(const wchar_t* key, unsigned int id, YcRxObject* value) {
   if (!key || !*key || !value || !filterRxObject(value)) return false;
-  if (id == 0 || has(id)) return false;  // id 0 would address index -1
+  // Id 0 would address index -1; ids past INT_MAX have no index.
+  if (id == 0 || id > static_cast<unsigned int>(INT_MAX) || has(id)) return false;
   YcRxDicItem* item = makeItemAt(idToIdx(id));
+  if (!item) return false;
   YcRxString* keyString = makeKey(key);
   item->key() = keyString;
   item->value() = value;
@@ -276,9 +291,16 @@ YcRxObject* YcRxDictionaryImp::removeItem(int index) {
 }
 
 YcRxObject* YcRxDictionaryImp::remove(const wchar_t* key) {
+  if (!key || !*key) return nullptr;
   int index = -1;
-  if (!getAt(key, &index)) return nullptr;
-  if (mpKeyIndex) mpKeyIndex->removeAt(mpKeyIndex->getIteratorAt(mpItems->asArrayPtr()[index].key()));
+  if (mpKeyIndex) {
+    auto pos = mpKeyIndex->find(key);
+    if (pos == mpKeyIndex->end()) return nullptr;
+    index = pos->second;
+    mpKeyIndex->removeAt(pos);
+  } else if (!getAt(key, &index)) {
+    return nullptr;
+  }
   return removeItem(index);
 }
 

@@ -61,14 +61,29 @@ YcRxObject*& YcRxLinkedList::addFront() {
 
 void YcRxLinkedList::addFront(YcRxObject* obj) { addFront() = obj; }
 
+// The iterator's node when it is a list iterator standing on a node of this
+// list; otherwise reports 46 and gives null. Only the ends are checked: a
+// node whose missing neighbour is not this list's end belongs to another list.
+YcRxLinkedNode* YcRxLinkedList::ownNode(YcRxIterator* it) const {
+  YcRxLinkedListIterator* mine = YcRxLinkedListIterator::cast(it);
+  YcRxLinkedNode* node = mine ? mine->curNode() : nullptr;
+  if (mine && (!node || ((node->prev() || node == mpFront) && (node->next() || node == mpTail))))
+    return node;
+  kmrxFatalCode(Ycad::eWrongObjectClass);
+  return nullptr;
+}
+
+YcRxObject* YcRxLinkedList::take(YcRxLinkedNode* node) {
+  YcRxObject* obj = node->object();
+  unlink(node);
+  delete node;
+  return obj;
+}
+
 YcRxObject*& YcRxLinkedList::addAfter(YcRxIterator* it) {
   if (!it || it->done()) return addTail();
-  YcRxLinkedListIterator* mine = YcRxLinkedListIterator::cast(it);
-  if (!mine) {
-    kmrxFatalCode(Ycad::eWrongObjectClass);
-    return addTail();
-  }
-  YcRxLinkedNode* at = mine->curNode();
+  YcRxLinkedNode* at = ownNode(it);
+  if (!at) return addTail();
   if (at == mpTail) return addTail();
   YcRxLinkedNode* node = newNode();
   if (!node) return spareCell();
@@ -98,11 +113,10 @@ YcRxGenericCollection& YcRxLinkedList::insertFront(const YcRxGenericCollection& 
   if (n > 0 && !it->done()) {
     addFront(it->object());
     it->next();
-    for (--n; n > 0 && !it->done(); --n, it->next()) {
-      YcRxIterator* here = newIterator();
-      addAfter(here, it->object());
-      delete here;
-    }
+    // The front node stays the front, so one iterator standing on it serves all.
+    YcRxIterator* front = newIterator();
+    for (--n; n > 0 && !it->done(); --n, it->next()) addAfter(front, it->object());
+    delete front;
   }
   delete it;
   return *this;
@@ -128,48 +142,19 @@ void YcRxLinkedList::unlink(YcRxLinkedNode* node) {
   --mCount;
 }
 
-YcRxObject* YcRxLinkedList::removeTail() {
-  if (!mpTail) return nullptr;
-  YcRxLinkedNode* node = mpTail;
-  YcRxObject* obj = node->object();
-  unlink(node);
-  delete node;
-  return obj;
-}
+YcRxObject* YcRxLinkedList::removeTail() { return mpTail ? take(mpTail) : nullptr; }
 
-YcRxObject* YcRxLinkedList::removeFront() {
-  if (!mpFront) return nullptr;
-  YcRxLinkedNode* node = mpFront;
-  YcRxObject* obj = node->object();
-  unlink(node);
-  delete node;
-  return obj;
-}
+YcRxObject* YcRxLinkedList::removeFront() { return mpFront ? take(mpFront) : nullptr; }
 
 YcRxObject* YcRxLinkedList::removeAt(YcRxIterator* it) {
   if (!it || it->done()) return nullptr;
-  YcRxLinkedListIterator* mine = YcRxLinkedListIterator::cast(it);
-  if (!mine) {
-    kmrxFatalCode(Ycad::eWrongObjectClass);
-    return nullptr;
-  }
-  YcRxLinkedNode* node = mine->curNode();
-  if (node == mpFront) return removeFront();
-  if (node == mpTail) return removeTail();
-  YcRxObject* obj = node->object();
-  unlink(node);
-  delete node;
-  return obj;
+  YcRxLinkedNode* node = ownNode(it);
+  return node ? take(node) : nullptr;
 }
 
 YcRxObject* YcRxLinkedList::removeAt(YcRxObject* obj) {
-  for (YcRxLinkedNode* node = mpFront; node; node = node->next()) {
-    if (node->object() == obj) {
-      unlink(node);
-      delete node;
-      return obj;
-    }
-  }
+  for (YcRxLinkedNode* node = mpFront; node; node = node->next())
+    if (node->object() == obj) return take(node);
   return nullptr;
 }
 
@@ -200,14 +185,10 @@ YcRxObject* YcRxLinkedList::setFront(YcRxObject* obj) {
 
 YcRxObject* YcRxLinkedList::setAt(YcRxIterator* it, YcRxObject* obj) {
   if (!it) return nullptr;
-  YcRxLinkedListIterator* mine = YcRxLinkedListIterator::cast(it);
-  if (!mine) {
-    kmrxFatalCode(Ycad::eWrongObjectClass);
-    return nullptr;
-  }
-  if (mine->done()) return nullptr;
-  YcRxObject* old = mine->curNode()->object();
-  mine->curNode()->object() = obj;
+  YcRxLinkedNode* node = ownNode(it);
+  if (!node) return nullptr;  // foreign, or done
+  YcRxObject* old = node->object();
+  node->object() = obj;
   return old;
 }
 

@@ -63,6 +63,10 @@ YcRxObject* YcRxMap::setAt(YcRxIterator* it, YcRxObject* value) {
     return nullptr;
   }
   if (mine->done()) return nullptr;
+  if (mine->map() != this) {  // another map's position must never touch this tree
+    kmrxFatalCode(Ycad::eWrongObjectClass);
+    return nullptr;
+  }
   auto pos = mine->position();
   YcRxObject* old = pos->second;
   pos->second = value;
@@ -83,10 +87,14 @@ YcRxObject* YcRxMap::remove(const YcRxObject* key) {
 YcRxObject* YcRxMap::remove(YcRxIterator* it) {
   YcRxMapIterator* mine = YcRxMapIterator::cast(it);
   if (!mine) {
-    if (it) kmrxFatalCode(Ycad::eWrongObjectClass);
+    kmrxFatalCode(Ycad::eWrongObjectClass);
     return nullptr;
   }
   if (mine->done()) return nullptr;
+  if (mine->map() != this) {
+    kmrxFatalCode(Ycad::eWrongObjectClass);
+    return nullptr;
+  }
   auto pos = mine->position();
   const YcRxObject* storedKey = pos->first;
   YcRxObject* value = pos->second;

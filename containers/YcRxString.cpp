@@ -12,10 +12,6 @@ YCRX_DEFINE_MEMBERS(YcRxString, L"YcRxString", L"AcRxObject")
 namespace {
 wchar_t gEmptyText[1] = {0};
 
-int compareText(const wchar_t* a, const wchar_t* b, bool ignoreCase) {
-  return ignoreCase ? kmrxCompareNoCase(a, b) : std::wcscmp(a, b);
-}
-
 inline wint_t foldCase(wchar_t c) {
   if (c < 0x80) return (c >= L'A' && c <= L'Z') ? static_cast<wint_t>(c + 32) : static_cast<wint_t>(c);
   return std::towlower(static_cast<wint_t>(c));
@@ -184,12 +180,12 @@ bool YcRxString::operator==(const wchar_t* s) const {
   if (!s) return false;
   if (isEmpty()) return *s == 0;
   if (static_cast<int>(std::wcslen(s)) != mLength) return false;
-  return compareText(mpBuffer, s, mIgnoreCase) == 0;
+  return kmrxCompareText(mpBuffer, s, mIgnoreCase) == 0;
 }
 
 bool YcRxString::operator<(const YcRxString& other) const {
   if (mpBuffer == other.mpBuffer) return false;
-  return compareText(mpBuffer, other.mpBuffer, mIgnoreCase) < 0;
+  return kmrxCompareText(mpBuffer, other.mpBuffer, mIgnoreCase) < 0;
 }
 
 Ycad::ErrorStatus YcRxString::copyFrom(const YcRxObject* other) {
@@ -211,7 +207,7 @@ YcRx::Ordering YcRxString::comparedTo(const YcRxObject* other) const {
   if (mpBuffer == theirs->mpBuffer) return YcRx::kEqual;
   if (!isEmpty()) {
     if (theirs->isEmpty()) return YcRx::kGreaterThan;
-    const int c = compareText(mpBuffer, theirs->mpBuffer, mIgnoreCase);
+    const int c = kmrxCompareText(mpBuffer, theirs->mpBuffer, mIgnoreCase);
     return c < 0 ? YcRx::kLessThan : (c > 0 ? YcRx::kGreaterThan : YcRx::kEqual);
   }
   return theirs->isEmpty() ? YcRx::kEqual : YcRx::kLessThan;

@@ -2,13 +2,15 @@
 // queue and destruction checks, protocol extensions, object context menus.
 #include "YcRxClassImp.h"
 
+#include <cwchar>
+#include <unordered_set>
+
 #include "YcRxDictionaryImp.h"
 #include "YcRxDictionaryIterator.h"
 #include "YcRxDynLoadModuleProxy.h"
 #include "YcRxLinkedList.h"
 #include "YcRxModuleGlobal.h"
 #include "YcRxPEClassMap.h"
-#include "YcRxString.h"
 #include "YcDbHostApplicationServices.h"
 #include "core/YcRxInternal.h"
 
@@ -54,8 +56,8 @@ namespace {
 struct RemoveProtocolClass {
   const YcRxObject* protocolClass;
   void operator()(YcRxObject* obj) const {
-    auto* cls = static_cast<YcRxClassImp*>(obj);
-    if (YcRxPEClassMap* map = cls->peObjectMapIfAny()) map->remove(protocolClass);
+    YcRxClassImp* cls = YcRxClassImp::cast(obj);
+    if (YcRxPEClassMap* map = cls ? cls->peObjectMapIfAny() : nullptr) map->remove(protocolClass);
   }
 };
 
@@ -97,9 +99,9 @@ YcRx::Ordering YcRxClassImp::comparedTo(const YcRxObject* other) const {
   if (other == this) return YcRx::kEqual;
   const YcRxClassImp* theirs = YcRxClassImp::cast(other);
   if (!theirs) return YcRx::kNotOrderable;
-  YcRxString mine(mpClassName, false);
-  YcRxString their(theirs->mpClassName, false);
-  return mine.comparedTo(&their);
+  // Names are never empty, so this is exactly how two strings of them order.
+  const int c = std::wcscmp(mpClassName, theirs->mpClassName);
+  return c < 0 ? YcRx::kLessThan : (c > 0 ? YcRx::kGreaterThan : YcRx::kEqual);
 }
 
 void YcRxClassImp::getClassVersion(int& dwgVersion, int& maintenanceVersion) const {
@@ -162,14 +164,17 @@ void YcRxClassImp::destroyDoomedRxClasses(bool checkDependency) {
   const bool saved = smCheckDoomDependency;
   smCheckDoomDependency = checkDependency;
   YcRxDictionary* classes = ycrxGetModule() ? ycrxInternalGetClassDic() : nullptr;
-  // Destructors may condemn more classes; those join this batch.
+  // A descriptor queued twice is destroyed once. Destructors may condemn more
+  // classes; those join this batch.
+  std::unordered_set<YcRxClass*> destroyed;
   for (int i = 0; i < smDoomedRxClassArray.length(); ++i) {
     YcRxClass* cls = smDoomedRxClassArray[i];
-    if (!cls) continue;
-    // A descriptor queued twice is destroyed once.
-    for (int j = i + 1; j < smDoomedRxClassArray.length(); ++j)
-      if (smDoomedRxClassArray[j] == cls) smDoomedRxClassArray[j] = nullptr;
-    if (classes && classes->at(cls->name()) == cls) classes->remove(cls->name());
+    if (!cls || !destroyed.insert(cls).second) continue;
+    // The entry goes only if it is this descriptor, not a later one of that name.
+    if (classes) {
+      const unsigned int id = classes->idAt(cls->name());
+      if (id && classes->at(id) == cls) classes->remove(id);
+    }
     delete cls;
   }
   smDoomedRxClassArray.setLogicalLength(0);
@@ -207,14 +212,13 @@ void YcRxClassImp::addSubRxClass(YcRxClass* sub) {
 
 // --- protocol extensions --------------------------------------------------------
 
-YcRxPEClassMap* YcRxClassImp::getPEObjectMap() {
+YcRxPEClassMap* YcRxClassImp::getPEObjectMap() const {
   if (!mpPEObjectMap) mpPEObjectMap = new YcRxPEClassMap();
   return mpPEObjectMap;
 }
 
-YcRxPEClassMap* YcRxClassImp::getPEObjectMap() const {
-  if (!mpPEObjectMap) mpPEObjectMap = new YcRxPEClassMap();
-  return mpPEObjectMap;
+YcRxPEClassMap* YcRxClassImp::getPEObjectMap() {
+  return static_cast<const YcRxClassImp*>(this)->getPEObjectMap();
 }
 
 YcRxObject* YcRxClassImp::addX(YcRxClass* protocolClass, YcRxObject* extension) {

@@ -1,6 +1,7 @@
 // Internal helpers shared by the runtime's own sources.
 #pragma once
 #include <cstdarg>
+#include <cwchar>
 
 class YcRxClass;
 
@@ -18,3 +19,7 @@ void kmrxRegisterRuntimeClasses();
 // wcscasecmp with the same answers, without a locale call for ASCII letters:
 // case-blind look-ups (class, service and module names) sit on hot paths.
 int kmrxCompareNoCase(const wchar_t* a, const wchar_t* b);
+// Compares a and b exactly, or without regard to case.
+inline int kmrxCompareText(const wchar_t* a, const wchar_t* b, bool ignoreCase) {
+  return ignoreCase ? kmrxCompareNoCase(a, b) : std::wcscmp(a, b);
+}

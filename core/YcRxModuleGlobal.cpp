@@ -17,7 +17,7 @@ namespace {
 
 YcRxModuleGlobal* gpSingleton = nullptr;
 
-// Writable so a host can swap the texts; the defaults are part of the interface.
+// Module-wide pointers to the report texts; the texts are part of the interface.
 const wchar_t* gpFatalCodeTemplate = L"Rx module fatal error, code is %d";
 const wchar_t* gpDefaultAbortText = L"Error abort!";
 
@@ -46,12 +46,12 @@ void ycrx_abort_v(const wchar_t* format, va_list args) {
   }
   va_list measure;
   va_copy(measure, args);
-  int n = _vscwprintf(format, measure);
+  const int n = _vscwprintf(format, measure);
   va_end(measure);
-  if (n < 0) n = 0;
-  auto* text = static_cast<wchar_t*>(_kmMalloc((static_cast<size_t>(n) + 1) * sizeof(wchar_t)));
+  auto* text = n < 0 ? nullptr
+                     : static_cast<wchar_t*>(_kmMalloc((static_cast<size_t>(n) + 1) * sizeof(wchar_t)));
   if (!text) {
-    makeReport(format);  // out of memory: the bare format still says what went wrong
+    makeReport(format);  // unformattable or out of memory: the bare format still says what went wrong
     return;
   }
   va_list fill;
@@ -159,14 +159,13 @@ YcRxObject* YcRxModuleGlobal::Initialize() {
   gpSingleton = new YcRxModuleGlobal();
   YcRxModuleGlobal* g = gpSingleton;
   YcRxDictionary* registry = g->createSysRegistry();
-  YcRxObject* last = registry->atPut(L"ClassDictionary", g->createRxClasses());
+  registry->atPut(L"ClassDictionary", g->createRxClasses());
   g->rxInitialize();
   registry->atPut(L"DynamicLinker", g->createRxDynamicLinker());
   YcRxDictionary* services = g->createRxServices();
-  last = registry->atPut(L"ServiceDictionary", services);
+  registry->atPut(L"ServiceDictionary", services);
   g->mpRxDynamicLinker->registerService(L"KernelServices", g->createRxKernel());
-  last = services->atPut(L"ProtocolReactorManager", new YcRxProtocolReactorManagerFactoryImp());
-  return last;
+  return services->atPut(L"ProtocolReactorManager", new YcRxProtocolReactorManagerFactoryImp());
 }
 
 void YcRxModuleGlobal::Unitialize() {

@@ -29,7 +29,8 @@ YcRxObject* YcRxPEClassMap::setAt(const YcRxObject* key, YcRxObject* value) {
 YcRxObject* YcRxPEClassMap::setAt(YcRxIterator* it, YcRxObject* value) {
   if (!it || it->done()) return nullptr;
   YcRxPEClassMapIterator* mine = YcRxPEClassMapIterator::cast(it);
-  if (!mine) {
+  // Another map's position must never touch this tree either.
+  if (!mine || mine->map() != this) {
     kmrxFatalCode(Ycad::eWrongObjectClass);
     return nullptr;
   }
@@ -42,7 +43,8 @@ YcRxObject* YcRxPEClassMap::setAt(YcRxIterator* it, YcRxObject* value) {
 YcRxObject* YcRxPEClassMap::remove(YcRxIterator* it) {
   if (!it || it->done()) return nullptr;
   YcRxPEClassMapIterator* mine = YcRxPEClassMapIterator::cast(it);
-  if (!mine) {
+  // Another map's position must never touch this tree either.
+  if (!mine || mine->map() != this) {
     kmrxFatalCode(Ycad::eWrongObjectClass);
     return nullptr;
   }

@@ -43,6 +43,8 @@ public:
   int getAt(const YcRxString* key) const;
   int getAt(const wchar_t* text) const;
   iterator getIteratorAt(const YcRxString* key);
+  // Position of the key equal to text (under the stored keys' case rule), or end.
+  iterator find(const wchar_t* text) { return mMap.find(text); }
   int& append(const YcRxString* key);
   void append(const YcRxString* key, int index);
   const YcRxString* removeAt(const YcRxString* key);

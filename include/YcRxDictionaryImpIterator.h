@@ -18,9 +18,10 @@ public:
 
   const YcRxDicItem* getCurDicItem() const;
   YcRx::DictIterType order() const { return mType; }
+  // Positions the iterator on the first entry in the order it was asked for.
+  void updateItrData();
 
 private:
-  void updateItrData();
   int arrayEnd() const { return mpDict->items().length(); }
 
   const YcRxDictionaryImp* mpDict;

@@ -62,6 +62,8 @@ public:
 private:
   YcRxLinkedNode* newNode();
   void unlink(YcRxLinkedNode* node);
+  YcRxObject* take(YcRxLinkedNode* node);
+  YcRxLinkedNode* ownNode(YcRxIterator* it) const;
 
   YcRxLinkedNode* mpFront;
   YcRxLinkedNode* mpTail;

@@ -52,6 +52,7 @@ public:
   const YcRxObject* key() const override { return done() ? nullptr : mPos->first; }
 
   YcRxMap::Tree::iterator position() const { return mPos; }
+  YcRxMap* map() const { return mpMap; }
 
 private:
   YcRxMap* mpMap;

@@ -48,6 +48,7 @@ public:
   const YcRxObject* key() const override;
 
   YcRxPEClassMap::Tree::iterator position() const { return mPos; }
+  YcRxPEClassMap* map() const { return mpMap; }
 
 private:
   YcRxPEClassMap* mpMap;

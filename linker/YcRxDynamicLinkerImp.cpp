@@ -38,6 +38,11 @@ YcArray<YcRxDynLoadModuleProxy*>& supersededRecords() {
   return *records;
 }
 
+std::wstring fullPath(const wchar_t* path) {
+  wchar_t full[kBuffer];
+  return KmPathMaker::getFullFileName(path, full, kBuffer) ? std::wstring(full) : std::wstring(path);
+}
+
 }  // namespace
 
 // --- shared helpers -------------------------------------------------------------
@@ -211,11 +216,14 @@ bool YcRxDynamicLinkerImp::loadModule(const wchar_t* name, bool printIt, bool as
   if (record->moduleRefCount() > 1) return true;
 
   const std::wstring key = kmrxModuleKey(local.rawString());
-  // A record already under this key stays loaded and alive, out of the dictionary.
-  if (YcRxObject* previous = mpModules->remove(key.c_str()))
-    if (YcRxDynLoadModuleProxy* old = YcRxDynLoadModuleProxy::cast(previous))
+  // A record already under this key is replaced in place (same id, same walk
+  // order) and stays loaded and alive, out of the dictionary.
+  if (const unsigned int id = mpModules->idAt(key.c_str())) {
+    if (YcRxDynLoadModuleProxy* old = YcRxDynLoadModuleProxy::cast(mpModules->atPut(id, record)))
       supersededRecords().append(old);
-  mpModules->atPut(key.c_str(), record);
+  } else {
+    mpModules->atPut(key.c_str(), record);
+  }
   return startYrxLoadProtocol(record, printIt);
 }
 
@@ -236,7 +244,7 @@ YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& pat
         else
           kmrxShowMessage(1010, path.rawString());
       } else if (error == KmKernel32::kErrorBadExeFormat) {
-        kmrxShowMessage(1006, path.rawString());
+        kmrxShowMessage(1006, fullPath(path.rawString()).c_str());
       }
       (void)KmKernel32::GetLastError();
       kmrxShowMessage(1001, path.rawString());
@@ -252,7 +260,7 @@ YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& pat
   record->setModuleType(asCmd ? 1 : 2);
   if (!record->getSymbolAddr("ycrxGetApiVersion")) {
     if (printIt) {
-      kmrxShowMessage(1006, path.rawString());
+      kmrxShowMessage(1006, fullPath(path.rawString()).c_str());
       kmrxShowMessage(1001, path.rawString());
     }
     delete record;

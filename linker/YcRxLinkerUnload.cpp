@@ -41,10 +41,20 @@ void _safeDeleteModuleObjectCE(YcRxObject* object, YcRxObject* self) {
   }
 }
 
+namespace {
+// Whether record's unload was accepted already and waits for the outermost run to end.
+bool isQueued(const YcRxLinkedList* queue, const YcRxDynLoadModuleProxy* record) {
+  for (const YcRxLinkedNode* n = queue->frontNode(); n; n = n->next())
+    if (n->object() == record) return true;
+  return false;
+}
+}  // namespace
+
 bool YcRxDynamicLinkerImp::unloadModule(const wchar_t* name, bool flag) {
   if (!name || !*name) return false;
   YcRxDynLoadModuleProxy* record = findRxModuleProxyByModuleName(name, false);
-  if (!record) return false;
+  // A module already on its way out is not unloaded a second time.
+  if (!record || isQueued(mpUnloadQueue, record)) return false;
   if (record->isLocked() || record->sendingMessage()) {
     kmrxShowMessage(1005, record->fileName());
     return false;
@@ -63,7 +73,7 @@ bool YcRxDynamicLinkerImp::unloadApp(const wchar_t* appName, bool flag) {
 }
 
 bool YcRxDynamicLinkerImp::startYrxUnloadProtocol(YcRxDynLoadModuleProxy* record, bool force) {
-  if (!record) return false;
+  if (!record || isQueued(mpUnloadQueue, record)) return false;
   // Taken now: the record may be released and deleted before the end.
   const std::wstring fileName(record->fileName() ? record->fileName() : L"");
   record->releaseModuleRef();

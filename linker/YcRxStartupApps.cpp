@@ -14,6 +14,7 @@
 #include "YcadAppInfo.h"
 #include "YcadTextFileReader.h"
 #include "core/YcRxInternal.h"
+#include "linker/YcRxLinkerInternal.h"
 
 namespace {
 
@@ -42,12 +43,6 @@ void collectApplicationNames(HKEY root, const wchar_t* keyPath, NameList& names)
   }
   RegCloseKey(key);
 }
-
-void showText(const std::wstring& text) {
-  if (YcDbHostApplicationServices* services = ycdbHostApplicationServices())
-    services->displayString(text.c_str(), static_cast<int>(text.size()));
-}
-
 }  // namespace
 
 void YcRxDynamicLinkerImp::loadStarupApps() {
@@ -122,9 +117,9 @@ bool YcRxDynamicLinkerImp::initListedModules(const wchar_t* listFile) {
     wchar_t entry[kBuffer];
     if (!reader.skipSpecial(entry, kBuffer, 1u, comment, 1u, empty, 2u, lineComment, 0u)) continue;
     if (reader.lastLineCut()) {
-      // A cut name would load the wrong file or none; say so instead.
-      showText(std::wstring(L"Entry of ") + found + L" longer than " +
-               std::to_wstring(kBuffer - 1) + L" characters skipped: " + entry);
+      // A cut name would load the wrong file or none: tell the user and the log instead.
+      kmrxShowMessage(1001, entry, L"the list file's line is longer than 1023 characters");
+      kmrxLogLine(L"yrx %s load failure: list line longer than 1023 characters", entry);
       result = false;
       continue;
     }

@@ -137,6 +137,7 @@ TEST_F(DictionaryTest, KeyAndIdPutExtendsArrayWithFreeSlots) {
   EXPECT_EQ(10, imp(d).items().length());
   EXPECT_EQ(1u, put(*d, L"x", probe(L"x")));
   EXPECT_FALSE(d->atKeyAndIdPut(L"other", 10u, spare));  // id taken
+  EXPECT_FALSE(d->atKeyAndIdPut(L"huge", 0xFFFFFFFFu, spare));  // no index for it
   EXPECT_FALSE(d->atKeyAndIdPut(L"", 4u, spare) || d->atKeyAndIdPut(L"nothing", 4u, nullptr));
   EXPECT_EQ(L"1:x 10:ten", listing(*d, YcRx::kDictIdOrder));
   EXPECT_EQ(L"10:ten 1:x", listing(*d, YcRx::kDictKeyOrder));

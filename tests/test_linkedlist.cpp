@@ -145,6 +145,16 @@ TEST_F(LinkedListTest, ForeignIteratorIsReportedAndNeverUsed) {
   EXPECT_EQ(nullptr, list.setAt(foreign.get(), &x));
   EXPECT_EQ(4, fatalCount(kForeignIterator));
   expectOrder(list, {&a, &b, &c, &d});
+
+  // A list iterator standing on another list's end node is foreign too.
+  YcRxLinkedList other;
+  other.addTail(&x);
+  IterPtr stranger(other.newIterator());
+  EXPECT_EQ(nullptr, list.removeAt(stranger.get()));
+  list.addAfter(stranger.get(), &y);  // reported, then appended
+  EXPECT_EQ(6, fatalCount(kForeignIterator));
+  expectOrder(list, {&a, &b, &c, &d, &y});
+  expectOrder(other, {&x});
 }
 
 }  // namespace

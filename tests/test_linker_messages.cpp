@@ -1,5 +1,6 @@
 // Messages to real modules, linker reactors, per-module flags and services.
 #include <cwctype>
+#include <memory>
 
 #include "LinkerTestSupport.h"
 
@@ -125,14 +126,15 @@ TEST_F(LinkerMessages, DeliveryToAModuleWithoutEntryPointIsFatalAndRestoresTheCo
   // Any loaded library without "ycrxEntryPoint" will do: the message texts' module.
   wchar_t text[16];
   KmRxGetResString(1001, text, 16);
-  YcRxDynLoadModuleProxy* record =
-      YcRxDynLoadModuleProxy::createRxModuleProxy(KmKernel32::GetModuleHandleW(L"KmRxRes.dll"));
+  std::unique_ptr<YcRxDynLoadModuleProxy> owned(
+      YcRxDynLoadModuleProxy::createRxModuleProxy(KmKernel32::GetModuleHandleW(L"KmRxRes.dll")));
+  YcRxDynLoadModuleProxy* record = owned.get();
   ASSERT_NE(nullptr, record->rxModuleHandle());
   record->setFileName(L"/somewhere/res.dll");
   void* before = linker()->currentModuleHandle();
   EXPECT_FALSE(linker()->sendMessageToApp(record, YcRx::kAppInitMsg, record));
   EXPECT_EQ(1, fatalCount(L"Cannot find YRX entry point from module: \"/somewhere/res.dll\"!!!"));
   EXPECT_EQ(before, linker()->currentModuleHandle());
-  delete record;  // built around a handle it did not load, so nothing is released
+  owned.reset();  // built around a handle it did not load, so nothing is released
   EXPECT_NE(nullptr, KmKernel32::GetModuleHandleW(L"KmRxRes.dll"));
 }

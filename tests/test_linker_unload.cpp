@@ -71,6 +71,34 @@ TEST_F(LinkerUnload, NestedUnloadIsReleasedInQueueOrderWhenTheOutermostEnds) {
   EXPECT_EQ(0, YcRxClassImp::getDoomedRxClassCount());
 }
 
+// Unloads another module, again and again, while the first one is being unloaded.
+class RepeatUnloadReactor : public YcRxDLinkerReactor {
+public:
+  void rxAppWillBeUnloaded(const wchar_t*) override {
+    if (other.empty()) return;
+    const std::wstring target = other;
+    other.clear();
+    for (int i = 0; i < 3; ++i) results.push_back(ycrxUnloadModule(target.c_str()));
+  }
+  std::wstring other;
+  std::vector<bool> results;
+};
+
+TEST_F(LinkerUnload, ModuleAlreadyOnItsWayOutIsNotUnloadedTwice) {
+  const std::wstring second = modulePath(L"tm_api_1520");
+  load(L"tm_good");
+  load(L"tm_api_1520");
+  RepeatUnloadReactor reactor;
+  linker()->addReactor(&reactor);
+  reactor.other = second;
+  EXPECT_TRUE(unload(L"tm_good"));
+  linker()->removeReactor(&reactor);
+  // Lower the count, run the protocol (queued until the outer run ends), then refuse.
+  EXPECT_EQ((std::vector<bool>{true, true, false}), reactor.results);
+  EXPECT_FALSE(isMapped(second));
+  EXPECT_EQ(1, static_cast<int>(logWith(L"yrx " + second + L" unload").size()));
+}
+
 TEST_F(LinkerUnload, ClassesAreUnlinkedBeforeObserversHearAndDestroyedAfterTheUnload) {
   ProbeReactor probe;
   probe.module = load(L"tm_good");

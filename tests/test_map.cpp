@@ -135,9 +135,16 @@ TEST_F(MapTest, ForeignIteratorIsReportedAndNeverUsedByEitherMap) {
     EXPECT_EQ(nullptr, m->setAt(foreign.get(), &v[2]));
   }
   EXPECT_EQ(nullptr, map.remove(finished.get()));  // the class is checked before done()
-  EXPECT_EQ(5, fatalCount(L"Rx module fatal error, code is 46"));
+  // Right class, another instance: its position must not reach into this tree.
+  YcRxPEClassMap otherPe;
+  otherPe.setAt(&v[2], &v[3]);
+  std::unique_ptr<YcRxIterator> stranger(otherPe.newIterator());
+  EXPECT_EQ(nullptr, pe.remove(stranger.get()));
+  EXPECT_EQ(nullptr, pe.setAt(stranger.get(), &v[0]));
+  EXPECT_EQ(7, fatalCount(L"Rx module fatal error, code is 46"));
   EXPECT_EQ(3, map.count());
   EXPECT_EQ(&v[1], pe.find(&v[0]));
+  EXPECT_EQ(&v[3], otherPe.find(&v[2]));
 }
 
 class PEClassMapTest : public RuntimeTest {
