@@ -4,11 +4,11 @@
 // without regard to ASCII case; "\" separates the keys of a path.
 #pragma once
 #include <cstdint>
+#include "KmKernel32.h"  // DWORD
 #include "KmRxExport.h"
 
 struct KmRegKey;
 typedef KmRegKey* HKEY;
-typedef unsigned int DWORD;
 typedef std::int32_t LONG;
 typedef DWORD REGSAM;
 
