@@ -143,7 +143,7 @@ void HostShell::load(const std::wstring& name) {
   // A second load would make a second record for the same module.
   if (ycrxAppIsLoaded(found)) {
     wchar_t format[1024], text[1024];
-    KmRxGetResString(1002, format, 1024);
+    KmRxGetResString(KmRxMsg::kAlreadyLoaded, format, 1024);
     kmSwprintf(text, 1024, format, found);
     return print(text);
   }

@@ -19,6 +19,8 @@
 #include "YcDbHostApplicationServices.h"
 
 #include "KmCharOp.h"
+#include "KmRxMessageIds.h"
+#include "KmRxVersion.h"
 #include "KmVector.h"
 #include "YcArray.h"
 #include "YcBaseClassWithNew.h"

@@ -8,6 +8,7 @@
 #include "KmKernel32.h"
 #include "KmPathMaker.h"
 #include "KmResource.h"
+#include "KmRxVersion.h"
 #include "KmWideText.h"
 #include "YcDbHostApplicationServices.h"
 #include "YcRxClass.h"
@@ -29,8 +30,8 @@ YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::spMySelf = nullptr;
 namespace {
 
 constexpr int kBuffer = 1024;
-constexpr unsigned kApiMajor = 15;
-constexpr unsigned kApiMinor = 20;
+constexpr unsigned kApiMajor = KMRX_API_VERSION_MAJOR;
+constexpr unsigned kApiMinor = KMRX_API_VERSION_MINOR;
 
 // Records that a later load of the same path displaced from the module dictionary.
 YcArray<YcRxDynLoadModuleProxy*>& supersededRecords() {
@@ -240,14 +241,14 @@ YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& pat
     if (printIt) {
       if (error == KmKernel32::kErrorModNotFound) {
         if (_waccess(path.rawString(), 0) == 0)
-          kmrxShowMessage(1008, path.rawString(), loaderText.c_str());
+          kmrxShowMessage(KmRxMsg::kDependencyMissing, path.rawString(), loaderText.c_str());
         else
-          kmrxShowMessage(1010, path.rawString());
+          kmrxShowMessage(KmRxMsg::kNotFound, path.rawString());
       } else if (error == KmKernel32::kErrorBadExeFormat) {
-        kmrxShowMessage(1006, fullPath(path.rawString()).c_str());
+        kmrxShowMessage(KmRxMsg::kNotAModule, fullPath(path.rawString()).c_str());
       }
       (void)KmKernel32::GetLastError();
-      kmrxShowMessage(1001, path.rawString());
+      kmrxShowMessage(KmRxMsg::kLoadFailed, path.rawString());
     }
     // The log keeps the loader's own words: they name a missing dependency.
     std::wstring format = L"yrx %s load failure";
@@ -260,16 +261,16 @@ YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& pat
   record->setModuleType(asCmd ? 1 : 2);
   if (!record->getSymbolAddr("ycrxGetApiVersion")) {
     if (printIt) {
-      kmrxShowMessage(1006, fullPath(path.rawString()).c_str());
-      kmrxShowMessage(1001, path.rawString());
+      kmrxShowMessage(KmRxMsg::kNotAModule, fullPath(path.rawString()).c_str());
+      kmrxShowMessage(KmRxMsg::kLoadFailed, path.rawString());
     }
     delete record;
     return nullptr;
   }
   if (!record->getSymbolAddr("ycrxEntryPoint")) {
     if (printIt) {
-      kmrxShowMessage(1004, path.rawString());
-      kmrxShowMessage(1001, path.rawString());
+      kmrxShowMessage(KmRxMsg::kNoEntryPoint, path.rawString());
+      kmrxShowMessage(KmRxMsg::kLoadFailed, path.rawString());
     }
     delete record;
     return nullptr;
@@ -295,13 +296,13 @@ bool YcRxDynamicLinkerImp::yrxKeyCheck(YcRxDynLoadModuleProxy* record, bool) {
   const unsigned minor = v & 0xFFFFu;
   // Shown whatever printIt says: the user should know the module may misbehave.
   if (major < kApiMajor)
-    kmrxShowMessage(1013, record->fileName());
+    kmrxShowMessage(KmRxMsg::kOlderApi, record->fileName());
   else if (major > kApiMajor)
-    kmrxShowMessage(1014, record->fileName());
+    kmrxShowMessage(KmRxMsg::kNewerApi, record->fileName());
   else if (minor < kApiMinor)
-    kmrxShowMessage(1013, record->fileName());
+    kmrxShowMessage(KmRxMsg::kOlderApi, record->fileName());
   else if (minor > kApiMinor)
-    kmrxShowMessage(1014, record->fileName());
+    kmrxShowMessage(KmRxMsg::kNewerApi, record->fileName());
   return true;
 }
 
@@ -323,7 +324,7 @@ bool YcRxDynamicLinkerImp::startYrxLoadProtocol(YcRxDynLoadModuleProxy* record, 
     sendAbortYrxLoading(fileName.c_str());
     record->setAppInLoaded(false);
     kmrxLogLine(L"yrx %s load failure", fileName.c_str());
-    kmrxShowMessage(1001, fileName.c_str());
+    kmrxShowMessage(KmRxMsg::kLoadFailed, fileName.c_str());
     startYrxUnloadProtocol(record, true);
     return false;
   }
@@ -337,7 +338,7 @@ bool YcRxDynamicLinkerImp::startYrxLoadProtocol(YcRxDynLoadModuleProxy* record, 
   sendEndYrxLoading(fileName.c_str());
   if (!recordGone) record->setAppInLoaded(false);
   kmrxLogLine(L"yrx %s load success", fileName.c_str());
-  if (printIt) kmrxShowMessage(1007, fileName.c_str());
+  if (printIt) kmrxShowMessage(KmRxMsg::kLoaded, fileName.c_str());
   return true;
 }
 

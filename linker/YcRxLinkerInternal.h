@@ -2,6 +2,8 @@
 #pragma once
 #include <string>
 
+#include "KmRxMessageIds.h"
+
 class YcadHostApplication;
 class YcRxDictionary;
 class YcRxDynamicLinkerImp;

@@ -56,7 +56,7 @@ bool YcRxDynamicLinkerImp::unloadModule(const wchar_t* name, bool flag) {
   // A module already on its way out is not unloaded a second time.
   if (!record || isQueued(mpUnloadQueue, record)) return false;
   if (record->isLocked() || record->sendingMessage()) {
-    kmrxShowMessage(1005, record->fileName());
+    kmrxShowMessage(KmRxMsg::kCannotUnload, record->fileName());
     return false;
   }
   // The count before the release: a single load leaves 1, so the first call

@@ -118,7 +118,7 @@ bool YcRxDynamicLinkerImp::initListedModules(const wchar_t* listFile) {
     if (!reader.skipSpecial(entry, kBuffer, 1u, comment, 1u, empty, 2u, lineComment, 0u)) continue;
     if (reader.lastLineCut()) {
       // A cut name would load the wrong file or none: tell the user and the log instead.
-      kmrxShowMessage(1001, entry, L"the list file's line is longer than 1023 characters");
+      kmrxShowMessage(KmRxMsg::kLoadFailed, entry, L"the list file's line is longer than 1023 characters");
       kmrxLogLine(L"yrx %s load failure: list line longer than 1023 characters", entry);
       result = false;
       continue;
