@@ -7,6 +7,9 @@
 #include <cwchar>
 #include "KmRxExport.h"
 
+// Characters in the runtime's text buffers (paths, names, messages): 1023 and a terminator.
+constexpr int kKmTextBuffer = 1024;
+
 // Return 0 on success; 22 for a null pointer, 34 when dst is too small
 // (dst is then emptied when it has room for a terminator).
 KMRX_API int wmemcpy_s(wchar_t* dst, std::size_t dstCount, const wchar_t* src, std::size_t count);
