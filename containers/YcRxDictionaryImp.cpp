@@ -6,6 +6,7 @@
 
 #include "YcRxClass.h"
 #include "YcRxDictionaryImpIterator.h"
+#include "core/KmRxContext.h"
 #include "core/YcRxInternal.h"
 
 YCRX_DEFINE_MEMBERS(YcRxDictionary, L"AcRxDictionary", L"AcRxObject")
@@ -15,6 +16,24 @@ namespace {
 
 bool sameText(const YcRxString* key, const wchar_t* text) {
   return kmrxCompareText(key->rawString(), text, key->ignoresCase()) == 0;
+}
+
+// What a module puts into the system registry while it runs is credited to
+// it; anything else that changes the entry takes the credit away.
+void noteRegistryEntry(const YcRxDictionaryImp* dict, int index, YcRxObject* value) {
+  KmRxContext* context = kmrxContext();
+  if (!context || context->sysRegistry != dict) return;
+  const unsigned int id = YcRxDictionaryImp::idxToId(index);
+  if (value && context->runningModule())
+    context->registryEntries.credit(id, context->runningModule(), value);
+  else
+    context->registryEntries.forget(id);
+}
+
+void noteRegistryCleared(const YcRxDictionaryImp* dict) {
+  KmRxContext* context = kmrxContext();
+  if (context && context->sysRegistry == dict)
+    context->registryEntries.forgetIf([](unsigned int) { return true; });
 }
 
 }  // namespace
@@ -194,6 +213,7 @@ YcRxObject* YcRxDictionaryImp::atPut(const wchar_t* key, YcRxObject* value, unsi
     item->key() = keyString;
     item->value() = value;
     id = idxToId(index);
+    noteRegistryEntry(this, index, value);
     return nullptr;
   }
   // An existing key reports its array index, not index + 1; callers rely on it.
@@ -201,6 +221,7 @@ YcRxObject* YcRxDictionaryImp::atPut(const wchar_t* key, YcRxObject* value, unsi
   YcRxObject* old = item->value();
   if (old == value) return nullptr;
   item->value() = value;
+  noteRegistryEntry(this, index, value);
   delete old;  // replaced values go, whatever the delete setting
   return nullptr;
 }
@@ -226,6 +247,7 @@ YcRxObject* YcRxDictionaryImp::swapValue(const YcRxDicItem* item, YcRxObject* va
   YcRxObject* old = slot->value();
   if (old == value) return nullptr;
   slot->value() = value;
+  noteRegistryEntry(this, static_cast<int>(slot - mpItems->asArrayPtr()), value);
   if (!mDeletesObjects || !old) return old;
   delete old;
   return nullptr;
@@ -241,6 +263,7 @@ bool YcRxDictionaryImp::atKeyAndIdPut(const wchar_t* key, unsigned int id, YcRxO
   item->key() = keyString;
   item->value() = value;
   if (mpKeyIndex) mpKeyIndex->append(keyString, idToIdx(id));
+  noteRegistryEntry(this, idToIdx(id), value);
   return true;
 }
 
@@ -282,6 +305,7 @@ YcRxObject* YcRxDictionaryImp::removeItem(int index) {
   YcRxObject* value = item.value();
   item.key() = nullptr;
   item.value() = nullptr;
+  noteRegistryEntry(this, index, nullptr);
   delete key;
   if (mDeletesObjects && value) {
     delete value;
@@ -350,4 +374,5 @@ void YcRxDictionaryImp::clear(bool deleteValues) {
   }
   mpItems->setLogicalLength(0);
   if (mpKeyIndex) mpKeyIndex->wipeout();
+  noteRegistryCleared(this);
 }

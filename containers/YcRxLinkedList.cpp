@@ -1,6 +1,7 @@
 // The linked list behind YcRxGenericCollection, and its iterator.
 #include "YcRxLinkedList.h"
 
+#include "core/KmRxContext.h"
 #include "core/YcRxInternal.h"
 
 YCRX_DEFINE_MEMBERS(YcRxIterable, L"YcRxIterable", L"AcRxObject")
@@ -9,11 +10,14 @@ YCRX_DEFINE_MEMBERS(YcRxLinkedList, L"YcRxLinkedList", L"YcRxGenericCollection")
 YCRX_DEFINE_MEMBERS(YcRxLinkedListIterator, L"YcRxLinkedListIterator", L"AcRxIterator")
 
 namespace {
-// A cell that soaks up writes when a node cannot be allocated.
-YcRxObject* gSpareCell = nullptr;
+// Soaks up the write when a node cannot be allocated. The context keeps it;
+// a list used outside the runtime's life gets this one.
+YcRxObject* gDormantSpareCell = nullptr;
 YcRxObject*& spareCell() {
-  gSpareCell = nullptr;
-  return gSpareCell;
+  KmRxContext* context = kmrxContext();
+  YcRxObject*& cell = context ? context->listSpareCell : gDormantSpareCell;
+  cell = nullptr;
+  return cell;
 }
 }  // namespace
 

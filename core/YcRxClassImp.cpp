@@ -9,9 +9,9 @@
 #include "YcRxDictionaryIterator.h"
 #include "YcRxDynLoadModuleProxy.h"
 #include "YcRxLinkedList.h"
-#include "YcRxModuleGlobal.h"
 #include "YcRxPEClassMap.h"
 #include "YcDbHostApplicationServices.h"
+#include "core/KmRxContext.h"
 #include "core/YcRxInternal.h"
 
 YCRX_DEFINE_MEMBERS(YcRxClass, L"AcRxClass", L"AcRxObject")
@@ -64,19 +64,20 @@ struct RemoveProtocolClass {
 }  // namespace
 
 YcRxClassImp::~YcRxClassImp() {
+  if (KmRxContext* context = kmrxContext()) context->classDestroyed(this);
   if (smCheckDoomDependency) {
     if (mpSubClasses && mpSubClasses->count() != 0) {
       kmrxFatal(L"Delete rx class in wrong order!!!");
       // Keep the orphans from walking into this descriptor once it is gone.
       for (YcRxLinkedNode* n = mpSubClasses->frontNode(); n; n = n->next())
-        if (n->object()) static_cast<YcRxClassImp*>(n->object())->mpParent = nullptr;
+        if (n->object()) static_cast<YcRxClassImp*>(n->object())->setParentLink(nullptr);
     }
     if (mpParent) {
       YcRxLinkedList* siblings = getImpl(mpParent)->mpSubClasses;
       if (siblings) siblings->removeAt(static_cast<YcRxObject*>(this));
     }
     if (mIsProtocolClass) {
-      if (YcRxDictionary* classes = ycrxGetModule() ? ycrxInternalGetClassDic() : nullptr) {
+      if (YcRxDictionary* classes = kmrxClassDictionary()) {
         RemoveProtocolClass unhook{this};
         YcRxDictionaryIterator* it = classes->newIterator(YcRx::kDictIdOrder);
         for (; !it->done(); it->next())
@@ -124,7 +125,7 @@ YcRxClass* YcRxClassImp::createClass(const wchar_t* name, const wchar_t* parentN
                                      YcRxMemberCollectionConstructorPtr, void*, YcRxClass*,
                                      unsigned int featureFlags) {
   if (!name || !*name) return nullptr;
-  YcRxDictionary* classes = ycrxGetModule() ? ycrxInternalGetClassDic() : nullptr;
+  YcRxDictionary* classes = kmrxClassDictionary();
   if (!classes) return nullptr;
   auto* cls = new YcRxClassImp(name, parentName, dwgVersion, maintenanceVersion, proxyFlags,
                                constructor, dxfName, appName, appNameCallback, featureFlags);
@@ -139,11 +140,9 @@ YcRxClass* YcRxClassImp::createClass(const wchar_t* name, const wchar_t* parentN
     kmrxFatal(L"Try to regist a rxclass which is already registed!!");
     return cls;
   }
-  if (YcDbHostApplicationServices* services = ycdbHostApplicationServices()) {
-    if (YcadHostApplication* app = services->application()) {
-      YcRxDynLoadModuleProxy* module = app->moduleBeingLoaded();
-      if (module && module->appInLoaded()) cls->setModuleProxy(module);
-    }
+  if (YcadHostApplication* app = kmrxHostApp()) {
+    YcRxDynLoadModuleProxy* module = app->moduleBeingLoaded();
+    if (module && module->appInLoaded()) cls->setModuleProxy(module);
   }
   return cls;
 }
@@ -163,7 +162,7 @@ YcRxClass* YcRxClassImp::getDoomedRxClass(int i) { return smDoomedRxClassArray.a
 void YcRxClassImp::destroyDoomedRxClasses(bool checkDependency) {
   const bool saved = smCheckDoomDependency;
   smCheckDoomDependency = checkDependency;
-  YcRxDictionary* classes = ycrxGetModule() ? ycrxInternalGetClassDic() : nullptr;
+  YcRxDictionary* classes = kmrxClassDictionary();
   // A descriptor queued twice is destroyed once. Destructors may condemn more
   // classes; those join this batch.
   std::unordered_set<YcRxClass*> destroyed;
@@ -192,10 +191,17 @@ void YcRxClassImp::initializeHierarchy(YcRxClass* cls, YcRxDictionary* dict) {
     kmrxFatal(L"Regist rx class with wrong order!!!");
     return;
   }
-  imp->mpParent = static_cast<YcRxClass*>(found);
+  imp->setParentLink(static_cast<YcRxClass*>(found));
   if (found) getImpl(imp->mpParent)->addSubRxClass(cls);
   _kmStrdupFree(imp->mpParentName);
   imp->mpParentName = nullptr;
+}
+
+void YcRxClassImp::setParentLink(YcRxClass* parent) { mpParent = parent; }
+
+void YcRxClassImp::setModuleProxy(YcRxDynLoadModuleProxy* module) {
+  mpModuleProxy = module;
+  if (KmRxContext* context = kmrxContext()) context->classes.credit(this, module);
 }
 
 void YcRxClassImp::addSubRxClass(YcRxClass* sub) {
@@ -227,6 +233,15 @@ YcRxObject* YcRxClassImp::addX(YcRxClass* protocolClass, YcRxObject* extension) 
   if (!value) value = mpParent ? mpParent->queryX(protocolClass) : nullptr;
   YcRxObject* old = getPEObjectMap()->find(protocolClass);
   subAddX(this, protocolClass, value, old);
+  // Credited to the module now running; a value set from elsewhere, or a
+  // delX, takes the module's own away.
+  if (KmRxContext* context = kmrxContext()) {
+    const KmRxExtensionKey key(this, protocolClass);
+    if (extension && context->runningModule())
+      context->extensions.credit(key, context->runningModule(), extension);
+    else
+      context->extensions.forget(key);
+  }
   return old;
 }
 
@@ -355,7 +370,7 @@ void deleteYcRxClass(YcRxClass* cls) {
 }
 
 void ycrxBuildClassHierarchy() {
-  YcRxDictionary* classes = ycrxGetModule() ? ycrxInternalGetClassDic() : nullptr;
+  YcRxDictionary* classes = kmrxClassDictionary();
   if (!classes) return;
   YcRxDictionaryIterator* it = classes->newIterator(YcRx::kDictKeyOrder);
   for (; !it->done(); it->next())

@@ -11,6 +11,7 @@
 #include "YcRxDynamicLinkerImp.h"
 #include "YcRxKernelServiceImp.h"
 #include "YcRxProtocolReactorManagerFactoryImp.h"
+#include "core/KmRxContext.h"
 #include "core/YcRxInternal.h"
 
 namespace {
@@ -157,8 +158,10 @@ void YcRxModuleGlobal::rxInitialize() {
 YcRxObject* YcRxModuleGlobal::Initialize() {
   if (gpSingleton) gpSingleton->moduleFatalError(L"YcRxModuleGlobal has initialized already!!!");
   gpSingleton = new YcRxModuleGlobal();
+  kmrxStartContext();
   YcRxModuleGlobal* g = gpSingleton;
   YcRxDictionary* registry = g->createSysRegistry();
+  kmrxContext()->sysRegistry = registry;
   registry->atPut(L"ClassDictionary", g->createRxClasses());
   g->rxInitialize();
   registry->atPut(L"DynamicLinker", g->createRxDynamicLinker());
@@ -196,6 +199,7 @@ void YcRxModuleGlobal::Unitialize() {
   g->mpRxClasses = nullptr;
   delete g->mpSysRegistry;
   g->mpSysRegistry = nullptr;
+  kmrxEndContext();
   delete g;
   gpSingleton = nullptr;
 }

@@ -5,6 +5,7 @@
 #include "YcRxClass.h"
 #include "YcRxDictionary.h"
 #include "YcRxModuleGlobal.h"
+#include "core/KmRxContext.h"
 #include "core/YcRxInternal.h"
 
 namespace {
@@ -45,11 +46,9 @@ YcRxObject* YcRxObject::x(const YcRxClass* cls) const { return isA()->getX(cls);
 YcRxObject* YcRxObject::queryX(const YcRxClass* cls) const { return isA()->queryX(cls); }
 
 YcRxClass* ycrxLookupClassDesc(YcRxClass*& slot, const wchar_t* name) {
-  // Used before start-up this finds nothing rather than faulting.
-  if (!ycrxGetModule()) return nullptr;
-  YcRxDictionary* registry = ycrxSysRegistry();
-  if (!registry) return nullptr;
-  auto* classes = static_cast<YcRxDictionary*>(registry->at(L"ClassDictionary"));
+  // By name in the registry, as desc() is defined; before start-up this finds
+  // nothing rather than faulting.
+  YcRxDictionary* classes = kmrxRegisteredClassDictionary();
   if (!classes) return nullptr;
   slot = static_cast<YcRxClass*>(classes->at(name));
   return slot;
@@ -57,9 +56,10 @@ YcRxClass* ycrxLookupClassDesc(YcRxClass*& slot, const wchar_t* name) {
 
 void ycrxInitClassDesc(YcRxClass*& slot, const wchar_t* name, const wchar_t* parentName,
                        YcRxPseudoConstructor constructor) {
-  if (!ycrxGetModule()) return;
+  YcRxDictionary* classes = kmrxClassDictionary();
+  if (!classes) return;
   if (slot) {
-    YcRxObject* found = ycrxInternalGetClassDic()->at(name);
+    YcRxObject* found = classes->at(name);
     if (found == slot) return;
     if (found) ycrx_abort(L"");
   }

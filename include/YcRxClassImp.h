@@ -69,7 +69,9 @@ public:
   // The parent name while the class is not linked yet, else null.
   const wchar_t* pendingParentName() const { return mpParentName; }
 
-  void setModuleProxy(YcRxDynLoadModuleProxy* module) { mpModuleProxy = module; }
+  // Stamps the class with the module that registered it (null: none); the
+  // runtime's ledger of what each module registered follows every stamp.
+  void setModuleProxy(YcRxDynLoadModuleProxy* module);
   YcRxDynLoadModuleProxy* moduleProxy() const { return mpModuleProxy; }
   unsigned int featureFlags() const { return mFeatureFlags; }
   bool isProtocolClass() const { return mIsProtocolClass; }
@@ -89,6 +91,9 @@ public:
   void getObjectContextMenuAt(int i, YcRxObject*& menu, void** module) const;
 
 private:
+  // Every change of a parent link goes through here.
+  void setParentLink(YcRxClass* parent);
+
   static YcArray<YcRxClass*> smDoomedRxClassArray;
   static bool smCheckDoomDependency;
 

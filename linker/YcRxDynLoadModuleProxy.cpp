@@ -14,6 +14,7 @@
 #include "YcRxDynamicLinkerImp.h"
 #include "YcRxModuleGlobal.h"
 #include "YcRxString.h"
+#include "core/KmRxContext.h"
 #include "core/YcRxInternal.h"
 
 YCRX_DEFINE_MEMBERS(YcRxDynLoadModuleProxy, L"AcRxGenHand", L"AcRxObject")
@@ -57,6 +58,7 @@ YcRxDynLoadModuleProxy::YcRxDynLoadModuleProxy(void* handle)
       mAppInLoaded(false) {}
 
 YcRxDynLoadModuleProxy::~YcRxDynLoadModuleProxy() {
+  if (KmRxContext* context = kmrxContext()) context->forgetModule(this);
   unloadModule();
   delete mpAppData;
   _kmStrdupFree(mpFileName);
@@ -141,9 +143,8 @@ bool YcRxDynLoadModuleProxy::sendMessageToApp(YcRx::AppMsgCode code, void* arg) 
   if (code == YcRx::kAppInitMsg) ydsAppData()->owner = this;
   bool result = false;
   try {
-    YcRxDictionary* registry = ycrxGetModule() ? ycrxSysRegistry() : nullptr;
-    YcRxDynamicLinkerImp* linker =
-        registry ? YcRxDynamicLinkerImp::cast(registry->at(L"DynamicLinker")) : nullptr;
+    // Found by name, as the record's delivery is defined.
+    YcRxDynamicLinkerImp* linker = kmrxRegisteredLinkerImp();
     if (linker) result = linker->sendMessageToApp(this, code, arg);
   } catch (...) {
     // A module that throws out of its entry point has failed the message.
@@ -192,19 +193,12 @@ void* YcRxDynLoadModuleProxy::getCurrentHRXModule() { return KmKernel32::GetModu
 
 // --- module being loaded ------------------------------------------------------
 
-namespace {
-YcadHostApplication* hostApplication() {
-  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
-  return services ? services->application() : nullptr;
-}
-}  // namespace
-
 CurrentLoadingModuleSwitcher::CurrentLoadingModuleSwitcher(YcRxDynLoadModuleProxy* module)
     : mpPrevious(nullptr) {
-  if (YcadHostApplication* app = hostApplication()) mpPrevious = app->setModuleBeingLoaded(module);
+  if (YcadHostApplication* app = kmrxHostApp()) mpPrevious = app->setModuleBeingLoaded(module);
 }
 
 CurrentLoadingModuleSwitcher::~CurrentLoadingModuleSwitcher() {
-  if (YcadHostApplication* app = hostApplication()) app->setModuleBeingLoaded(mpPrevious);
+  if (YcadHostApplication* app = kmrxHostApp()) app->setModuleBeingLoaded(mpPrevious);
   mpPrevious = nullptr;
 }

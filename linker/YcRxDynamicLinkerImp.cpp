@@ -33,12 +33,6 @@ constexpr int kBuffer = 1024;
 constexpr unsigned kApiMajor = KMRX_API_VERSION_MAJOR;
 constexpr unsigned kApiMinor = KMRX_API_VERSION_MINOR;
 
-// Records that a later load of the same path displaced from the module dictionary.
-YcArray<YcRxDynLoadModuleProxy*>& supersededRecords() {
-  static auto* records = new YcArray<YcRxDynLoadModuleProxy*>(0, 8);
-  return *records;
-}
-
 std::wstring fullPath(const wchar_t* path) {
   wchar_t full[kBuffer];
   return KmPathMaker::getFullFileName(path, full, kBuffer) ? std::wstring(full) : std::wstring(path);
@@ -47,11 +41,6 @@ std::wstring fullPath(const wchar_t* path) {
 }  // namespace
 
 // --- shared helpers -------------------------------------------------------------
-
-YcadHostApplication* kmrxHostApp() {
-  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
-  return services ? services->application() : nullptr;
-}
 
 void kmrxShowMessage(int id, const wchar_t* arg, const wchar_t* detail) {
   YcDbHostApplicationServices* services = ycdbHostApplicationServices();
@@ -79,16 +68,6 @@ std::wstring kmrxModuleKey(const wchar_t* path) {
   if (!KmPathMaker::getFullFileName(path, full, kBuffer)) return std::wstring(path ? path : L"");
   if (!KmPathMaker::ToPlatformModuleName(full, key, kBuffer)) return std::wstring(full);
   return std::wstring(key);
-}
-
-YcRxDictionary* kmrxServiceDictionary() {
-  YcRxDictionary* registry = ycrxGetModule() ? ycrxSysRegistry() : nullptr;
-  return registry ? static_cast<YcRxDictionary*>(registry->at(L"ServiceDictionary")) : nullptr;
-}
-
-YcRxDynamicLinkerImp* kmrxLinker() {
-  YcRxDictionary* registry = ycrxGetModule() ? ycrxSysRegistry() : nullptr;
-  return registry ? YcRxDynamicLinkerImp::cast(registry->at(L"DynamicLinker")) : nullptr;
 }
 
 bool KmRxGetResString(int id, wchar_t* buffer, int length) {
@@ -175,7 +154,7 @@ bool YcRxDynamicLinkerImp::isModuleLoaded(const wchar_t* name) {
 
 void* YcRxDynamicLinkerImp::getSymbolAddress(const wchar_t* serviceName, const char* symbol) {
   if (!serviceName || !*serviceName) return nullptr;
-  YcRxDictionary* services = kmrxServiceDictionary();
+  YcRxDictionary* services = kmrxRegisteredServiceDictionary();
   YcRxService* service = services ? YcRxService::cast(services->at(serviceName)) : nullptr;
   if (!service || !service->getSysInfo()) return nullptr;
   YcRxDynLoadModuleProxy* record = YcRxDynLoadModuleProxy::cast(service->getSysInfo());
@@ -221,7 +200,7 @@ bool YcRxDynamicLinkerImp::loadModule(const wchar_t* name, bool printIt, bool as
   // order) and stays loaded and alive, out of the dictionary.
   if (const unsigned int id = mpModules->idAt(key.c_str())) {
     if (YcRxDynLoadModuleProxy* old = YcRxDynLoadModuleProxy::cast(mpModules->atPut(id, record)))
-      supersededRecords().append(old);
+      kmrxContext()->supersededRecords.append(old);
   } else {
     mpModules->atPut(key.c_str(), record);
   }
@@ -342,12 +321,4 @@ bool YcRxDynamicLinkerImp::startYrxLoadProtocol(YcRxDynLoadModuleProxy* record, 
   return true;
 }
 
-// --- clean-up of records ---------------------------------------------------------------------
 
-void kmrxForgetSupersededRecord(YcRxDynLoadModuleProxy* record) { supersededRecords().remove(record); }
-
-void kmrxDeleteSupersededRecords() {
-  YcArray<YcRxDynLoadModuleProxy*>& records = supersededRecords();
-  for (int i = 0; i < records.length(); ++i) delete records[i];
-  records.setLogicalLength(0);
-}

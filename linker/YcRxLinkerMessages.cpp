@@ -132,6 +132,7 @@ bool YcRxDynamicLinkerImp::sendMessageToApp(YcRxDynLoadModuleProxy* record, YcRx
     return false;
   }
   CurrentLoadingModuleSwitcher loading(record);
+  KmRxRunningModuleScope running(record);
   return entry(code, arg) == YcRx::kAppRetOk;
 }
 
@@ -173,27 +174,53 @@ int YcRxDynamicLinkerImp::sendMessageToAllApp(YcRx::AppMsgCode code, void* arg) 
 
 // --- reactors -----------------------------------------------------------------------
 
-void YcRxDynamicLinkerImp::addReactor(YcRxDLinkerReactor* reactor) {
-  if (reactor) mReactors.append(reactor);
+namespace {
+
+// A reactor added while a module runs is credited to it until no copy of it
+// is left in the array.
+void creditReactor(YcRxDLinkerReactor* reactor) {
+  KmRxContext* context = kmrxContext();
+  if (context && context->runningModule())
+    context->linkerReactors.credit(reactor, context->runningModule());
 }
 
-void YcRxDynamicLinkerImp::removeReactor(YcRxDLinkerReactor* reactor) { mReactors.remove(reactor); }
+void forgetReactorIfGone(const YcArray<YcRxDLinkerReactor*>& reactors, YcRxDLinkerReactor* reactor) {
+  KmRxContext* context = kmrxContext();
+  if (context && !reactors.contains(reactor)) context->linkerReactors.forget(reactor);
+}
+
+}  // namespace
+
+void YcRxDynamicLinkerImp::addReactor(YcRxDLinkerReactor* reactor) {
+  if (!reactor) return;
+  mReactors.append(reactor);
+  creditReactor(reactor);
+}
+
+void YcRxDynamicLinkerImp::removeReactor(YcRxDLinkerReactor* reactor) {
+  mReactors.remove(reactor);
+  forgetReactorIfGone(mReactors, reactor);
+}
 
 void YcRxDynamicLinkerImp::addDbAppAware(YcRxDLinkerReactor* reactor) {
   if (!reactor) return;
   ++mDbAppAwareCount;
   mReactors.insertAt(0, reactor);  // database-aware reactors hear everything first
+  creditReactor(reactor);
 }
 
 void YcRxDynamicLinkerImp::removeDbAppAware(YcRxDLinkerReactor* reactor) {
   if (!reactor) return;
   mReactors.remove(reactor);
+  forgetReactorIfGone(mReactors, reactor);
   --mDbAppAwareCount;
 }
 
 void YcRxDynamicLinkerImp::clearAllRxReactor(const YcRxClass* cls) {
   if (!cls) {
     mReactors.setLogicalLength(0);
+    if (KmRxContext* context = kmrxContext())
+      context->linkerReactors.forgetIf([](YcRxDLinkerReactor*) { return true; });
     return;
   }
   const bool dbAware = cls->name() && std::wcscmp(cls->name(), L"YcDbAppAware") == 0;
@@ -204,6 +231,7 @@ void YcRxDynamicLinkerImp::clearAllRxReactor(const YcRxClass* cls) {
         mReactors.removeAt(i);
         --i;
         if (dbAware) --mDbAppAwareCount;
+        forgetReactorIfGone(mReactors, reactor);
       }
     }
   } catch (...) {

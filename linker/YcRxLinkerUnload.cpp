@@ -110,7 +110,8 @@ void YcRxDynamicLinkerImp::notifyYrxUnloadingToEdSys(YcRxDynLoadModuleProxy*) {
 
 void YcRxDynamicLinkerImp::unloadRegistedServices(YcRxDynLoadModuleProxy* record) {
   if (!record) return;
-  YcRxDictionary* services = kmrxServiceDictionary();
+  // Looked up by name, as the protocol is defined.
+  YcRxDictionary* services = kmrxRegisteredServiceDictionary();
   if (!services) return;
   YcRxDictionaryIterator* it = services->newIterator(YcRx::kDictIdOrder);
   while (!it->done()) {
@@ -123,7 +124,9 @@ void YcRxDynamicLinkerImp::unloadRegistedServices(YcRxDynLoadModuleProxy* record
 
 void YcRxDynamicLinkerImp::resetRegistedClassesbyModule(YcRxDynLoadModuleProxy* record) {
   if (!record) return;
-  YcRxDictionary* classes = ycrxInternalGetClassDic();
+  // Looked up by name, as the protocol is defined.
+  YcRxDictionary* classes = kmrxRegisteredClassDictionary();
+  if (!classes) return;
   YcRxDictionaryIterator* it = classes->newIterator(YcRx::kDictIdOrder);
   for (; !it->done(); it->next()) {
     YcRxClassImp* cls = YcRxClassImp::getImplRxClass(static_cast<YcRxClass*>(it->object()));
@@ -148,7 +151,7 @@ void YcRxDynamicLinkerImp::physicallyUnloadModulesInQueueOrder() {
     const std::wstring key = kmrxModuleKey(record->fileName());
     // Only this record's own entry goes; a later load of the path may stand there.
     if (mpModules->at(key.c_str()) == record) mpModules->remove(key.c_str());
-    kmrxForgetSupersededRecord(record);
+    if (KmRxContext* context = kmrxContext()) context->supersededRecords.remove(record);
     delete record;
   }
 }
@@ -159,5 +162,9 @@ void YcRxDynamicLinkerImp::cleanUp() {
     walker.go(0);
   }
   static_cast<YcRxDictionaryImp*>(mpModules)->clear(false);
-  kmrxDeleteSupersededRecords();
+  if (KmRxContext* context = kmrxContext()) {
+    YcArray<YcRxDynLoadModuleProxy*>& superseded = context->supersededRecords;
+    for (int i = 0; i < superseded.length(); ++i) delete superseded[i];
+    superseded.setLogicalLength(0);
+  }
 }

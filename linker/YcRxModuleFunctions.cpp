@@ -10,16 +10,15 @@
 #include "YcRxDynLoadModuleProxy.h"
 #include "YcRxDynamicLinkerImp.h"
 #include "YcRxModuleGlobal.h"
+#include "core/KmRxContext.h"
 
 namespace {
 
-YcRxDynamicLinker* linker() {
-  return YcRxDynamicLinker::cast(ycrxSysRegistry()->at(L"DynamicLinker"));
-}
+// Each function finds the linker by name, as modules do; none checks that the
+// runtime is started, which the interface requires of the caller.
+YcRxDynamicLinker* linker() { return kmrxRegisteredLinker(); }
 
-YcRxDynamicLinkerImp* linkerImp() {
-  return YcRxDynamicLinkerImp::cast(ycrxSysRegistry()->at(L"DynamicLinker"));
-}
+YcRxDynamicLinkerImp* linkerImp() { return kmrxRegisteredLinkerImp(); }
 
 }  // namespace
 

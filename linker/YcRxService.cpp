@@ -12,7 +12,10 @@ YCRX_DEFINE_MEMBERS(YcRxService, L"AcRxService", L"AcRxObject")
 
 YcRxService::YcRxService() : mpData(nullptr) {}
 
-YcRxService::~YcRxService() { delete mpData; }
+YcRxService::~YcRxService() {
+  if (KmRxContext* context = kmrxContext()) context->services.forget(this);
+  delete mpData;
+}
 
 YcRxObject* YcRxService::getSysInfo() const { return mpData ? mpData->dlmObject() : nullptr; }
 
@@ -20,6 +23,8 @@ void YcRxService::setSysInfo(YcRxObject* object) {
   if (!object) return;
   if (!mpData) mpData = new YcRxServiceData();
   mpData->setDLMObject(YcRxDynLoadModuleProxy::cast(object));
+  // The ledger credits the service to the module its system information names.
+  if (KmRxContext* context = kmrxContext()) context->services.credit(this, mpData->dlmObject());
 }
 
 bool YcRxService::addDependency() {
@@ -45,7 +50,7 @@ bool YcRxService::unloadable() const {
 
 YcRxObject* YcRxDynamicLinkerImp::registerService(const wchar_t* name, YcRxService* service) {
   if (!name || !*name || !service || !mpCurrentModule) return nullptr;
-  YcRxDictionary* services = kmrxServiceDictionary();
+  YcRxDictionary* services = kmrxRegisteredServiceDictionary();
   if (!services) return nullptr;
   if (services->has(name)) {
     kmrxFatal(L"Register service : \"%s\" repeatedly!", name);
@@ -62,17 +67,18 @@ YcRxObject* YcRxDynamicLinkerImp::registerService(const wchar_t* name, YcRxServi
 
 YcRxService* ycrxRegisterService(const wchar_t* name) {
   auto* service = new YcRxService();
-  if (YcRxDynamicLinkerImp* linker = kmrxLinker()) linker->registerService(name, service);
+  // By name, as module authors do: a linker a host put in its place is used.
+  if (YcRxDynamicLinker* linker = kmrxRegisteredLinker()) linker->registerService(name, service);
   return service;
 }
 
 bool ycrxServiceIsRegistered(const wchar_t* name) {
   if (!name || !*name) return false;
-  YcRxDictionary* services = kmrxServiceDictionary();
+  YcRxDictionary* services = kmrxRegisteredServiceDictionary();
   return services && services->has(name);
 }
 
 void* ycrxGetServiceSymbolAddr(const wchar_t* serviceName, const char* symbol) {
-  YcRxDynamicLinkerImp* linker = kmrxLinker();
+  YcRxDynamicLinker* linker = kmrxRegisteredLinker();
   return linker ? linker->getSymbolAddress(serviceName, symbol) : nullptr;
 }

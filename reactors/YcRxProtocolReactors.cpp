@@ -6,6 +6,7 @@
 #include "YcRxProtocolReactorListIteratorImp.h"
 #include "YcRxProtocolReactorManagerFactoryImp.h"
 #include "YcRxProtocolReactorManagerImp.h"
+#include "core/KmRxContext.h"
 
 YCRX_DEFINE_MEMBERS(YcRxProtocolReactor, L"AcRxProtocolReactor", L"AcRxObject")
 YCRX_DEFINE_MEMBERS(YcRxProtocolReactorIterator, L"AcRxProtocolReactorIterator", L"AcRxObject")
@@ -28,16 +29,10 @@ YCRX_DEFINE_MEMBERS(YcRxProtocolReactorManagerFactoryImp, L"YcRxProtocolReactorM
 
 // --- factory ------------------------------------------------------------------
 
-namespace {
-// Never destroyed, so managers stay reachable until the factory goes.
-YcArray<YcRxProtocolReactorManagerImp*>& createdManagers() {
-  static auto* managers = new YcArray<YcRxProtocolReactorManagerImp*>(0, 8);
-  return *managers;
-}
-}  // namespace
-
 YcRxProtocolReactorManagerFactoryImp::~YcRxProtocolReactorManagerFactoryImp() {
-  YcArray<YcRxProtocolReactorManagerImp*>& managers = createdManagers();
+  KmRxContext* context = kmrxContext();
+  if (!context) return;
+  YcArray<YcRxProtocolReactorManagerImp*>& managers = context->createdManagers;
   for (int i = 0; i < managers.length(); ++i) delete managers[i];
   managers.setLogicalLength(0);
 }
@@ -49,7 +44,10 @@ YcRxProtocolReactorManager* YcRxProtocolReactorManagerFactoryImp::createReactorM
           YcRxProtocolReactorManager::cast(cls->queryX(YcRxProtocolReactorManager::desc())))
     return found;
   auto* manager = new YcRxProtocolReactorManagerImp();
-  createdManagers().append(manager);
+  if (KmRxContext* context = kmrxContext()) context->createdManagers.append(manager);
+  // The runtime's own extension, not the requesting module's: its ledger
+  // does not list it.
+  KmRxRunningModuleScope runtimeWork(nullptr);
   YcRxObject* previous = cls->addX(YcRxProtocolReactorManager::desc(), manager);
   if (previous && previous != manager) delete previous;
   return manager;
@@ -92,7 +90,11 @@ void YcRxProtocolReactorManagerImp::clearAllList() {
 YcRxProtocolReactorListImp::YcRxProtocolReactorListImp(YcRxClass* reactorClass)
     : mpReactorClass(reactorClass) {}
 
-YcRxProtocolReactorListImp::~YcRxProtocolReactorListImp() = default;
+YcRxProtocolReactorListImp::~YcRxProtocolReactorListImp() {
+  if (KmRxContext* context = kmrxContext())
+    context->protocolReactors.forgetIf(
+        [this](const KmRxProtocolReactorKey& key) { return key.first == this; });
+}
 
 Ycad::ErrorStatus YcRxProtocolReactorListImp::addReactor(YcRxProtocolReactor* reactor) {
   if (!reactor) return Ycad::eOk;
@@ -101,11 +103,16 @@ Ycad::ErrorStatus YcRxProtocolReactorListImp::addReactor(YcRxProtocolReactor* re
   for (YcRxLinkedNode* n = mReactors.frontNode(); n; n = n->next())
     if (n->object() == reactor) return Ycad::eOk;
   mReactors.addTail(reactor);
+  KmRxContext* context = kmrxContext();
+  if (context && context->runningModule())
+    context->protocolReactors.credit(KmRxProtocolReactorKey(this, reactor), context->runningModule());
   return Ycad::eOk;
 }
 
 Ycad::ErrorStatus YcRxProtocolReactorListImp::removeReactor(YcRxProtocolReactor* reactor) {
-  mReactors.removeAt(static_cast<YcRxObject*>(reactor));
+  if (mReactors.removeAt(static_cast<YcRxObject*>(reactor)))
+    if (KmRxContext* context = kmrxContext())
+      context->protocolReactors.forget(KmRxProtocolReactorKey(this, reactor));
   return Ycad::eOk;
 }
 

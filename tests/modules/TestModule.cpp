@@ -4,6 +4,9 @@
 //   TM_CLASS=<name>         registers <name> (parent "AcRxObject") on init, condemns it on unload
 //   TM_SERVICE=<name>       registers a service on init and leaves it for the linker to remove
 //   TM_REACTOR              keeps a linker reactor from init to unload
+//   TM_EXTRAS               also attaches an extension to a runtime class, adds a protocol
+//                           reactor and a system-registry entry; message 80 or unload takes
+//                           them back (and the linker reactor too)
 //   TM_INIT_FAILS, TM_REFUSE_UNLOAD, TM_NOT_MDI, TM_LOCK
 //   TM_UNLOAD_OTHER=<name>  unloads <name>.yrx (beside this module) from its unload message
 //   TM_OTHER_CLASS=<name>   and reports whether that module's class is still registered
@@ -37,6 +40,7 @@ extern "C" __attribute__((visibility("default"))) int tmHiddenAnswer() { return 
 // its message is being handled.
 constexpr int kTmRefuseMsg = 77;
 constexpr int kTmUnloadSelfMsg = 79;
+constexpr int kTmDropExtrasMsg = 80;
 
 #ifdef TM_HIDDEN_DEP
 extern "C" int tmHiddenAnswer();
@@ -88,6 +92,33 @@ private:
   }
 };
 
+#ifdef TM_EXTRAS
+YcRxObject gExtension;
+YcRxProtocolReactor gProtocolReactor;
+YcRxObject gRegistryObject;
+YcRxProtocolReactorList* gReactorList = nullptr;
+
+void addExtras() {
+  YcRxLinkedList::desc()->addX(YcRxKernel::desc(), &gExtension);
+  auto* factory = YcRxProtocolReactorManagerFactory::cast(
+      YcRxDictionary::cast(ycrxSysRegistry()->at(L"ServiceDictionary"))->at(L"ProtocolReactorManager"));
+  gReactorList = factory->createReactorManager(YcRxLinkedList::desc())
+                     ->createReactorList(YcRxProtocolReactor::desc());
+  gReactorList->addReactor(&gProtocolReactor);
+  unsigned int id = 0;
+  ycrxSysRegistry()->atPut(L"TmExtrasEntry", &gRegistryObject, id);
+}
+
+void dropExtras() {
+  if (!gReactorList) return;
+  YcRxLinkedList::desc()->delX(YcRxKernel::desc());
+  gReactorList->removeReactor(&gProtocolReactor);
+  gReactorList = nullptr;
+  ycrxSysRegistry()->remove(L"TmExtrasEntry");
+  if (gReactor) linker()->removeReactor(gReactor);
+}
+#endif
+
 YcRx::AppRetCode onInit(void* appHandle) {
   ++gInitCount;
   gSelf = static_cast<YcRxDynLoadModuleProxy*>(appHandle);
@@ -112,6 +143,9 @@ YcRx::AppRetCode onInit(void* appHandle) {
   gReactor = new TraceReactor();
   linker()->addReactor(gReactor);
 #endif
+#ifdef TM_EXTRAS
+  addExtras();
+#endif
 #ifdef TM_INIT_FAILS
   return YcRx::kAppRetError;
 #else
@@ -120,6 +154,9 @@ YcRx::AppRetCode onInit(void* appHandle) {
 }
 
 YcRx::AppRetCode onUnload() {
+#ifdef TM_EXTRAS
+  dropExtras();
+#endif
 #ifdef TM_UNLOAD_OTHER
   std::wstring other(gSelf->fileName());
   other = other.substr(0, other.rfind(L'/') + 1) + TM_WSTR(TM_UNLOAD_OTHER) L".yrx";
@@ -160,6 +197,11 @@ KMRX_MODULE_EXPORT YcRx::AppRetCode ycrxEntryPoint(YcRx::AppMsgCode code, void* 
       return onUnload();
     case kTmRefuseMsg:
       return YcRx::kAppRetError;
+#ifdef TM_EXTRAS
+    case kTmDropExtrasMsg:
+      dropExtras();
+      return YcRx::kAppRetOk;
+#endif
     case kTmUnloadSelfMsg:
       trace(std::wstring(L"unload self ") + yesNo(ycrxUnloadModule(gSelf->fileName())));
       return YcRx::kAppRetOk;

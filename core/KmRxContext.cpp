@@ -1,0 +1,109 @@
+// The runtime context: its life with the module global, the per-module
+// ledger, and the one way to the global objects.
+#include "core/KmRxContext.h"
+
+#include <typeinfo>
+
+#include "YcDbHostApplicationServices.h"
+#include "YcRxDictionary.h"
+#include "YcRxDynamicLinkerImp.h"
+#include "YcRxModuleGlobal.h"
+
+namespace {
+KmRxContext* gpContext = nullptr;
+}  // namespace
+
+KmRxContext* kmrxContext() { return gpContext; }
+
+void kmrxStartContext() {
+  // A second start-up replaces the context as it replaces the module global;
+  // the first one stays allocated with it.
+  gpContext = new KmRxContext();
+}
+
+void kmrxEndContext() {
+  delete gpContext;
+  gpContext = nullptr;
+}
+
+KmRxContext::KmRxContext() : supersededRecords(0, 8), createdManagers(0, 8) {}
+
+KmRxContext::~KmRxContext() = default;
+
+KmRxModuleLedger KmRxContext::ledgerOf(KmRxModule module) const {
+  KmRxModuleLedger ledger;
+  for (const auto& e : classes.of(module)) ledger.classes.push_back(e.key);
+  for (const auto& e : services.of(module)) ledger.services.push_back(e.key);
+  for (const auto& e : linkerReactors.of(module)) ledger.linkerReactors.push_back(e.key);
+  for (const auto& e : protocolReactors.of(module)) ledger.protocolReactors.push_back(e.key);
+  for (const auto& e : extensions.of(module)) ledger.extensions.emplace_back(e.key, e.value);
+  for (const auto& e : registryEntries.of(module)) ledger.registryEntries.emplace_back(e.key, e.value);
+  return ledger;
+}
+
+void KmRxContext::forgetModule(KmRxModule module) {
+  if (!module) return;
+  classes.forgetModule(module);
+  services.forgetModule(module);
+  linkerReactors.forgetModule(module);
+  protocolReactors.forgetModule(module);
+  extensions.forgetModule(module);
+  registryEntries.forgetModule(module);
+}
+
+void KmRxContext::classDestroyed(const YcRxClass* cls) {
+  classes.forget(const_cast<YcRxClass*>(cls));
+  if (extensions.size() != 0)
+    extensions.forgetIf([cls](const KmRxExtensionKey& key) { return key.first == cls || key.second == cls; });
+}
+
+KmRxRunningModuleScope::KmRxRunningModuleScope(KmRxModule module) : mpPrevious(nullptr) {
+  if (KmRxContext* context = kmrxContext()) {
+    mpPrevious = context->mpRunningModule;
+    context->mpRunningModule = module;
+  }
+}
+
+KmRxRunningModuleScope::~KmRxRunningModuleScope() {
+  if (KmRxContext* context = kmrxContext()) context->mpRunningModule = mpPrevious;
+}
+
+// --- the global objects -------------------------------------------------------------
+
+namespace {
+
+YcRxObject* registryEntry(const wchar_t* key) {
+  YcRxModuleGlobal* global = ycrxGetModule();
+  YcRxDictionary* registry = global ? global->getSysRegistry() : nullptr;
+  return registry ? registry->at(key) : nullptr;
+}
+
+}  // namespace
+
+YcRxDictionary* kmrxRegisteredClassDictionary() {
+  // Every class look-up comes through here, so the check of the entry's class
+  // must not look a class up itself.
+  return dynamic_cast<YcRxDictionary*>(registryEntry(L"ClassDictionary"));
+}
+
+YcRxDictionary* kmrxRegisteredServiceDictionary() {
+  return YcRxDictionary::cast(registryEntry(L"ServiceDictionary"));
+}
+
+YcRxDynamicLinker* kmrxRegisteredLinker() {
+  return YcRxDynamicLinker::cast(registryEntry(L"DynamicLinker"));
+}
+
+YcRxDynamicLinkerImp* kmrxRegisteredLinkerImp() {
+  return YcRxDynamicLinkerImp::cast(registryEntry(L"DynamicLinker"));
+}
+
+YcRxDictionary* kmrxClassDictionary() {
+  YcRxModuleGlobal* global = ycrxGetModule();
+  return global ? global->getRxClasses() : nullptr;
+}
+
+YcadHostApplication* kmrxHostApp() {
+  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
+  return services ? services->application() : nullptr;
+}

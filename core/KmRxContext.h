@@ -1,0 +1,227 @@
+// The runtime's own state beside its public objects: what the fixed-layout
+// public classes cannot hold. One context per start-up, created and destroyed
+// with the module global; every part of the runtime reaches the global
+// objects and this state through this header. Tests read it here too.
+#pragma once
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <new>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "KmRxExport.h"
+#include "YcArray.h"
+
+class YcadHostApplication;
+class YcRxClass;
+class YcRxDictionary;
+class YcRxDLinkerReactor;
+class YcRxDynamicLinker;
+class YcRxDynamicLinkerImp;
+class YcRxDynLoadModuleProxy;
+class YcRxObject;
+class YcRxProtocolReactor;
+class YcRxProtocolReactorList;
+class YcRxProtocolReactorManagerImp;
+class YcRxService;
+
+typedef const YcRxDynLoadModuleProxy* KmRxModule;
+
+// Items credited to modules: per item its module and a value, per module its
+// items in the order they were credited. An item has at most one module.
+template <class Key, class Hash = std::hash<Key>>
+class KmRxCredits {
+public:
+  struct Entry {
+    Key key;
+    YcRxObject* value;
+  };
+
+  // Credits key to module (taking it from any other), with value.
+  // Exhausted memory leaves the key uncredited, never half recorded.
+  void credit(const Key& key, KmRxModule module, YcRxObject* value = nullptr) {
+    forget(key);
+    if (!module) return;
+    const std::uint64_t order = mNextOrder++;
+    try {
+      mByModule[module].emplace(order, key);
+      try {
+        mSlots.emplace(key, Slot{module, order, value});
+      } catch (...) {
+        dropOrder(module, order);
+        throw;
+      }
+    } catch (const std::bad_alloc&) {
+    }
+  }
+
+  void forget(const Key& key) {
+    auto slot = mSlots.find(key);
+    if (slot == mSlots.end()) return;
+    dropOrder(slot->second.module, slot->second.order);
+    mSlots.erase(slot);
+  }
+
+  template <class Predicate>
+  void forgetIf(Predicate matches) {
+    for (auto slot = mSlots.begin(); slot != mSlots.end();) {
+      if (!matches(slot->first)) {
+        ++slot;
+        continue;
+      }
+      dropOrder(slot->second.module, slot->second.order);
+      slot = mSlots.erase(slot);
+    }
+  }
+
+  void forgetModule(KmRxModule module) {
+    auto items = mByModule.find(module);
+    if (items == mByModule.end()) return;
+    for (const auto& item : items->second) mSlots.erase(item.second);
+    mByModule.erase(items);
+  }
+
+  KmRxModule owner(const Key& key) const {
+    auto slot = mSlots.find(key);
+    return slot == mSlots.end() ? nullptr : slot->second.module;
+  }
+
+  std::vector<Entry> of(KmRxModule module) const {
+    std::vector<Entry> out;
+    auto items = mByModule.find(module);
+    if (items == mByModule.end()) return out;
+    for (const auto& item : items->second) out.push_back(Entry{item.second, mSlots.at(item.second).value});
+    return out;
+  }
+
+  std::size_t size() const { return mSlots.size(); }
+
+private:
+  void dropOrder(KmRxModule module, std::uint64_t order) {
+    auto items = mByModule.find(module);
+    if (items == mByModule.end()) return;
+    items->second.erase(order);
+    if (items->second.empty()) mByModule.erase(items);
+  }
+
+  struct Slot {
+    KmRxModule module;
+    std::uint64_t order;
+    YcRxObject* value;
+  };
+  std::unordered_map<Key, Slot, Hash> mSlots;
+  std::unordered_map<KmRxModule, std::map<std::uint64_t, Key>> mByModule;
+  std::uint64_t mNextOrder = 0;
+};
+
+struct KmRxPairHash {
+  template <class A, class B>
+  std::size_t operator()(const std::pair<A, B>& p) const {
+    return std::hash<A>()(p.first) * 31u ^ std::hash<B>()(p.second);
+  }
+};
+
+// A protocol extension a module attached: (class, protocol class).
+typedef std::pair<const YcRxClass*, const YcRxClass*> KmRxExtensionKey;
+// A protocol reactor a module added: (reactor list, reactor).
+typedef std::pair<const YcRxProtocolReactorList*, const YcRxProtocolReactor*> KmRxProtocolReactorKey;
+
+// What one module registered and has not taken back, kind by kind, each in
+// the order it happened.
+struct KmRxModuleLedger {
+  std::vector<YcRxClass*> classes;
+  std::vector<YcRxService*> services;
+  std::vector<YcRxDLinkerReactor*> linkerReactors;
+  std::vector<KmRxProtocolReactorKey> protocolReactors;
+  // (class, protocol class) and the extension the module put there.
+  std::vector<std::pair<KmRxExtensionKey, YcRxObject*>> extensions;
+  // System-registry ids and the object the module put there.
+  std::vector<std::pair<unsigned int, YcRxObject*>> registryEntries;
+
+  bool empty() const {
+    return classes.empty() && services.empty() && linkerReactors.empty() &&
+           protocolReactors.empty() && extensions.empty() && registryEntries.empty();
+  }
+};
+
+class KMRX_API KmRxContext {
+public:
+  KmRxContext();
+  ~KmRxContext();
+  KmRxContext(const KmRxContext&) = delete;
+  KmRxContext& operator=(const KmRxContext&) = delete;
+
+  // --- the module now running: whose message is being delivered -------------
+  KmRxModule runningModule() const { return mpRunningModule; }
+
+  // --- the per-module ledger ------------------------------------------------
+  KmRxModuleLedger ledgerOf(KmRxModule module) const;
+  // Drops everything credited to a record that goes away.
+  void forgetModule(KmRxModule module);
+
+  // Classes: follow each class's module stamp (YcRxClassImp::setModuleProxy).
+  KmRxCredits<YcRxClass*> classes;
+  // Services: follow each service's system information (YcRxService::setSysInfo).
+  KmRxCredits<YcRxService*> services;
+  // Linker reactors added while a module ran and still in the linker's array.
+  KmRxCredits<YcRxDLinkerReactor*> linkerReactors;
+  // Protocol reactors added while a module ran and not removed.
+  KmRxCredits<KmRxProtocolReactorKey, KmRxPairHash> protocolReactors;
+  // Extensions a module attached (addX) while it ran, with the value it set.
+  KmRxCredits<KmRxExtensionKey, KmRxPairHash> extensions;
+  // System-registry entries (by id) a module put while it ran, with the object.
+  KmRxCredits<unsigned int> registryEntries;
+
+  // A class goes away: nothing may stay credited that names it.
+  void classDestroyed(const YcRxClass* cls);
+
+  // --- state that lives for one start-up ------------------------------------
+  // The system registry, so dictionary operations can tell it apart.
+  YcRxDictionary* sysRegistry = nullptr;
+  // Records a second load of their path displaced from the module
+  // dictionary; still mapped, deleted when the linker goes.
+  YcArray<YcRxDynLoadModuleProxy*> supersededRecords;
+  // Reactor managers the factory made; extensions never own them, so the
+  // factory deletes them when it goes at teardown.
+  YcArray<YcRxProtocolReactorManagerImp*> createdManagers;
+  // Soaks up the write when a list node cannot be allocated.
+  YcRxObject* listSpareCell = nullptr;
+
+private:
+  friend class KmRxRunningModuleScope;
+  KmRxModule mpRunningModule = nullptr;
+};
+
+// The context of the running runtime; null before start-up and after teardown.
+KMRX_API KmRxContext* kmrxContext();
+// Starts and ends the context with the module global.
+void kmrxStartContext();
+void kmrxEndContext();
+
+// Marks a record as the module now running for one message delivery.
+class KMRX_API KmRxRunningModuleScope {
+public:
+  explicit KmRxRunningModuleScope(KmRxModule module);
+  ~KmRxRunningModuleScope();
+  KmRxRunningModuleScope(const KmRxRunningModuleScope&) = delete;
+  KmRxRunningModuleScope& operator=(const KmRxRunningModuleScope&) = delete;
+
+private:
+  KmRxModule mpPrevious;
+};
+
+// --- the global objects ---------------------------------------------------------
+// Found by name in the system registry, as the interface has these operations
+// and every module do: an entry a host replaced is seen, and an entry of
+// another class gives null. Null before start-up.
+KMRX_API YcRxDictionary* kmrxRegisteredClassDictionary();
+KMRX_API YcRxDictionary* kmrxRegisteredServiceDictionary();
+KMRX_API YcRxDynamicLinker* kmrxRegisteredLinker();
+KMRX_API YcRxDynamicLinkerImp* kmrxRegisteredLinkerImp();
+// The module global's own class dictionary (what ycrxInternalGetClassDic
+// returns), null before start-up instead of a fault.
+KMRX_API YcRxDictionary* kmrxClassDictionary();
+// The host's application object, or null.
+KMRX_API YcadHostApplication* kmrxHostApp();
