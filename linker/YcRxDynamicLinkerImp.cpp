@@ -262,6 +262,7 @@ YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& pat
   return record;
 }
 
+// A notice, never a refusal: a module of another API version still loads.
 bool YcRxDynamicLinkerImp::yrxKeyCheck(YcRxDynLoadModuleProxy* record, bool) {
   YcadHostApplication* app = kmrxHostApp();
   if (!app) return true;
@@ -307,6 +308,9 @@ bool YcRxDynamicLinkerImp::startYrxLoadProtocol(YcRxDynLoadModuleProxy* record, 
     startYrxUnloadProtocol(record, true);
     return false;
   }
+  // A module the host cannot keep now is unloaded and reported aborted, and
+  // the steps below still run and the load still yields true: hosts rely on
+  // this sequence.
   bool recordGone = false;
   if (!record->isMDIAware() && !app->acceptsNonMdiAwareModules()) {
     startYrxUnloadProtocol(record, true);

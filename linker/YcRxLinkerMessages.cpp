@@ -153,6 +153,7 @@ bool YcRxDynamicLinkerImp::sendMessageToApp(const wchar_t* fileName, YcRx::AppMs
   delete it;
   if (!target) return false;
   DeliveryScope scope(app, target);
+  // True once the module is found, whatever it answers: callers rely on it.
   sendMessageToApp(target, code, arg);
   return true;
 }
@@ -213,11 +214,12 @@ void YcRxDynamicLinkerImp::removeDbAppAware(YcRxDLinkerReactor* reactor) {
   if (!reactor) return;
   mReactors.remove(reactor);
   forgetReactorIfGone(mReactors, reactor);
-  --mDbAppAwareCount;
+  --mDbAppAwareCount;  // found or not: the count is the callers' to keep right
 }
 
 void YcRxDynamicLinkerImp::clearAllRxReactor(const YcRxClass* cls) {
   if (!cls) {
+    // Every reactor goes; the database-aware count stays, deliberately.
     mReactors.setLogicalLength(0);
     if (KmRxContext* context = kmrxContext())
       context->linkerReactors.forgetIf([](YcRxDLinkerReactor*) { return true; });

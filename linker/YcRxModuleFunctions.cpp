@@ -55,6 +55,7 @@ bool ycrxAppIsLoaded(const wchar_t* name) {
   return linkerImp()->findRxModuleProxyByModuleName(name, false) != nullptr;
 }
 
+// Unchecked, as defined: these require the host's services object.
 const wchar_t* ycrxProductKey() { return ycdbHostApplicationServices()->productKey(); }
 
 unsigned int ycrxProductLCID() { return ycdbHostApplicationServices()->productLcid(); }
