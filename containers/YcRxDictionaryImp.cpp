@@ -253,6 +253,8 @@ YcRxObject* YcRxDictionaryImp::swapValue(const YcRxDicItem* item, YcRxObject* va
   return nullptr;
 }
 
+// Neither this nor resetKey checks whether the key is in use elsewhere, so
+// equal keys may stand side by side and look-ups find the first; modules rely on it.
 bool YcRxDictionaryImp::atKeyAndIdPut(const wchar_t* key, unsigned int id, YcRxObject* value) {
   if (!key || !*key || !value || !filterRxObject(value)) return false;
   // Id 0 would address index -1; ids past INT_MAX have no index.

@@ -20,6 +20,7 @@ void YcRxDictionaryImpIterator::updateItrData() {
     mKeyPos = mpDict->keyIndex()->begin();
     return;
   }
+  // Key order asked of an unsorted dictionary quietly walks in id order; modules rely on it.
   mType = YcRx::kDictIdOrder;
   const YcRxDicItem* items = mpDict->items().asArrayPtr();
   const int end = arrayEnd();

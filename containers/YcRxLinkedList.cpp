@@ -200,6 +200,7 @@ YcRxObject* YcRxLinkedList::front() const { return mpFront ? mpFront->object() :
 
 YcRxObject* YcRxLinkedList::tail() const { return mpTail ? mpTail->object() : nullptr; }
 
+// find and removeAt(obj) match by identity, contains by equality too; modules rely on it.
 YcRxIterator* YcRxLinkedList::find(YcRxObject* obj) const {
   auto* it = new YcRxLinkedListIterator(this);
   while (!it->done() && it->object() != obj) it->next();

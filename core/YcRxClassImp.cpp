@@ -134,6 +134,8 @@ YcRxClass* YcRxClassImp::createClass(const wchar_t* name, const wchar_t* parentN
     delete cls;
     return nullptr;
   }
+  // A taken name is replaced silently and the descriptor there destroyed
+  // (atPut deletes what it replaces); modules rely on it.
   unsigned int id = 0;
   if (YcRxObject* rejected = classes->atPut(name, cls, id)) {
     delete classes->atPut(name, rejected, id);

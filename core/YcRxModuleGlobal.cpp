@@ -142,6 +142,8 @@ YcRxDynamicLinker* YcRxModuleGlobal::createRxDynamicLinker() {
 
 void YcRxModuleGlobal::InitRxRootObject() {
   YcRxClass*& root = kmrxRootDescSlot();
+  // The root outlives teardown, so a second start-up reports this and runs
+  // without a root class; modules rely on it.
   if (root) {
     moduleFatalError(L"RX-Root class has already existed!!");
     return;

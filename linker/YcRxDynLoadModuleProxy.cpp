@@ -23,6 +23,8 @@ namespace {
 constexpr int kPathBuffer = 1024;
 }
 
+// Plain updates with differing return conventions (new value here, the old
+// one from Increment and Decrement); modules rely on them.
 int KmInterlockedExchangeAdd(volatile int* p, int v) {
   *p = *p + v;
   return *p;
