@@ -30,14 +30,8 @@ YcadRegisterYrxInfo::~YcadRegisterYrxInfo() {
 
 YcadYrxRegCmdGroup* YcadRegisterYrxInfo::findGroupByName(const wchar_t* name) const {
   if (!name || !*name) return nullptr;
-  YcadYrxRegCmdGroup* found = nullptr;
-  YcRxIterator* it = mpGroups->newIterator();
-  for (; !it->done() && !found; it->next()) {
-    auto* group = static_cast<YcadYrxRegCmdGroup*>(it->object());
-    if (kmrxSameNameNoCase(group->name(), name)) found = group;
-  }
-  delete it;
-  return found;
+  return kmrxFindNamed<YcadYrxRegCmdGroup>(mpGroups, name,
+                                           [](YcadYrxRegCmdGroup* group) { return group->name(); });
 }
 
 YcadYrxRegCommand* YcadRegisterYrxInfo::findCommandByName(const wchar_t* group,
@@ -72,11 +66,6 @@ YcadYrxRegCmdGroup* YcadRegisterYrxInfo::removeFrontGroup() {
   return static_cast<YcadYrxRegCmdGroup*>(mpGroups->removeFront());
 }
 
-void YcadRegisterYrxInfo::removeAllGroups() {
-  YcRxIterator* it = mpGroups->newIterator();
-  for (; !it->done(); it->next()) delete it->object();
-  delete it;
-  while (!mpGroups->isEmpty()) mpGroups->removeFront();
-}
+void YcadRegisterYrxInfo::removeAllGroups() { kmrxDeleteListed(mpGroups); }
 
 YcRxIterator* YcadRegisterYrxInfo::newIterator() const { return mpGroups->newIterator(); }

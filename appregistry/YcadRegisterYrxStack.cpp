@@ -13,10 +13,7 @@ YCRX_DEFINE_MEMBERS(YcadRegisterYrxStack, L"YcadRegisterYrxStack", L"YcRxObject"
 YcadRegisterYrxStack::YcadRegisterYrxStack() : mpInfos(kmrxNewRegistryList()), mCount(0) {}
 
 YcadRegisterYrxStack::~YcadRegisterYrxStack() {
-  YcRxIterator* it = mpInfos->newIterator();
-  for (; !it->done(); it->next()) delete it->object();
-  delete it;
-  while (!mpInfos->isEmpty()) mpInfos->removeFront();
+  kmrxDeleteListed(mpInfos);
   delete mpInfos;
 }
 
@@ -43,14 +40,8 @@ void YcadRegisterYrxStack::insertYrxInfo(YcadRegisterYrxInfo* info) {
 }
 
 YcadRegisterYrxInfo* YcadRegisterYrxStack::findYrxInfoWithAppName(const wchar_t* appName) const {
-  YcadRegisterYrxInfo* found = nullptr;
-  YcRxIterator* it = mpInfos->newIterator();
-  for (; !it->done() && !found; it->next()) {
-    auto* info = static_cast<YcadRegisterYrxInfo*>(it->object());
-    if (kmrxSameNameNoCase(info->appName(), appName)) found = info;
-  }
-  delete it;
-  return found;
+  return kmrxFindNamed<YcadRegisterYrxInfo>(
+      mpInfos, appName, [](YcadRegisterYrxInfo* info) { return info->appName(); });
 }
 
 YcRxIterator* YcadRegisterYrxStack::newIterator() const { return mpInfos->newIterator(); }

@@ -1,9 +1,24 @@
 // Internal helpers of the demand-load registry.
 #pragma once
-
-class YcRxGenericCollection;
+#include "YcRxGenericCollection.h"
+#include "YcRxIterator.h"
 
 // A new list from the kernel services ("ServiceDictionary" / "KernelServices").
 YcRxGenericCollection* kmrxNewRegistryList();
 // Equal without regard to case; a null name equals nothing.
 bool kmrxSameNameNoCase(const wchar_t* a, const wchar_t* b);
+// Deletes every object of list, then empties the list.
+void kmrxDeleteListed(YcRxGenericCollection* list);
+
+// The first object of list, as a T, whose nameOf(T*) equals name without regard to case.
+template <class T, class NameOf>
+T* kmrxFindNamed(const YcRxGenericCollection* list, const wchar_t* name, NameOf nameOf) {
+  T* found = nullptr;
+  YcRxIterator* it = list->newIterator();
+  for (; !it->done() && !found; it->next()) {
+    auto* candidate = static_cast<T*>(it->object());
+    if (kmrxSameNameNoCase(nameOf(candidate), name)) found = candidate;
+  }
+  delete it;
+  return found;
+}

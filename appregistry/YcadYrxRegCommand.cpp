@@ -30,6 +30,13 @@ bool kmrxSameNameNoCase(const wchar_t* a, const wchar_t* b) {
   return a && b && KmCharOp::compareNoCase(a, b) == 0;
 }
 
+void kmrxDeleteListed(YcRxGenericCollection* list) {
+  YcRxIterator* it = list->newIterator();
+  for (; !it->done(); it->next()) delete it->object();
+  delete it;
+  while (!list->isEmpty()) list->removeFront();
+}
+
 // --- YcadYrxRegCommand -------------------------------------------------------------------
 
 YcadYrxRegCommand::YcadYrxRegCommand(const wchar_t* globalName, const wchar_t* localName)
@@ -64,16 +71,9 @@ void YcadYrxRegCmdGroup::insertCommand(YcadYrxRegCommand* command) {
 
 bool YcadYrxRegCmdGroup::lookupCmd(const wchar_t* name, bool global, int,
                                    YcadYrxRegCommand*& out) const {
-  out = nullptr;
-  YcRxIterator* it = mpCommands->newIterator();
-  for (; !it->done(); it->next()) {
-    auto* command = static_cast<YcadYrxRegCommand*>(it->object());
-    if (kmrxSameNameNoCase(global ? command->globalName() : command->localName(), name)) {
-      out = command;
-      break;
-    }
-  }
-  delete it;
+  out = kmrxFindNamed<YcadYrxRegCommand>(mpCommands, name, [global](YcadYrxRegCommand* command) {
+    return global ? command->globalName() : command->localName();
+  });
   return out != nullptr;
 }
 
@@ -92,11 +92,8 @@ void YcadYrxRegCmdGroup::removeCommand(const wchar_t* name) {
 }
 
 void YcadYrxRegCmdGroup::removeAllCommands() {
-  YcRxIterator* it = mpCommands->newIterator();
-  for (; !it->done(); it->next()) delete it->object();
-  delete it;
+  kmrxDeleteListed(mpCommands);
   mCount = 0;
-  while (!mpCommands->isEmpty()) mpCommands->removeFront();
 }
 
 YcadYrxRegCommand* YcadYrxRegCmdGroup::removeFrontCommand() {

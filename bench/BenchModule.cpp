@@ -39,6 +39,6 @@ KMRX_MODULE_EXPORT YcRx::AppRetCode ycrxEntryPoint(YcRx::AppMsgCode code, void* 
   }
 }
 
-KMRX_MODULE_EXPORT std::uint32_t ycrxGetApiVersion(int) { return (15u << 16) | 20u; }
+KMRX_MODULE_EXPORT std::uint32_t ycrxGetApiVersion(int) { return KMRX_API_VERSION; }
 
 KMRX_MODULE_EXPORT int benchSymbol() { return 42; }

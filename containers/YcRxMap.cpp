@@ -2,7 +2,7 @@
 #include "YcRxMap.h"
 
 #include "YcArray.h"
-#include "core/YcRxInternal.h"
+#include "containers/YcRxTreeMap.h"
 
 YCRX_DEFINE_MEMBERS(YcRxGenericMap, L"YcRxGenericMap", L"YcRxIterable")
 YCRX_DEFINE_MEMBERS(YcRxGenericMapIterator, L"YcRxGenericMapIterator", L"AcRxIterator")
@@ -27,18 +27,10 @@ YcRxGenericMapIterator* YcRxMap::newMapIterator() const {
   return new YcRxMapIterator(const_cast<YcRxMap*>(this));
 }
 
-YcRxObject* YcRxMap::find(const YcRxObject* key) const {
-  if (!key) return nullptr;
-  auto pos = mTree.find(key);
-  return pos == mTree.end() ? nullptr : pos->second;
-}
+YcRxObject* YcRxMap::find(const YcRxObject* key) const { return kmrxTreeFind(mTree, key); }
 
 YcRxGenericMapIterator* YcRxMap::findIterator(const YcRxObject* key) const {
-  if (!key) return nullptr;
-  auto* self = const_cast<YcRxMap*>(this);
-  auto pos = self->mTree.find(key);
-  if (pos == self->mTree.end()) return nullptr;
-  return new YcRxMapIterator(self, pos);
+  return kmrxTreeFindIterator<YcRxMapIterator>(this, key);
 }
 
 YcRxObject* YcRxMap::setAt(const YcRxObject* key, YcRxObject* value) {
@@ -56,52 +48,15 @@ YcRxObject* YcRxMap::setAt(const YcRxObject* key, YcRxObject* value) {
 }
 
 YcRxObject* YcRxMap::setAt(YcRxIterator* it, YcRxObject* value) {
-  if (!it) return nullptr;
-  YcRxMapIterator* mine = YcRxMapIterator::cast(it);
-  if (!mine) {
-    if (!it->done()) kmrxFatalCode(Ycad::eWrongObjectClass);
-    return nullptr;
-  }
-  if (mine->done()) return nullptr;
-  if (mine->map() != this) {  // another map's position must never touch this tree
-    kmrxFatalCode(Ycad::eWrongObjectClass);
-    return nullptr;
-  }
-  auto pos = mine->position();
-  YcRxObject* old = pos->second;
-  pos->second = value;
-  return old;
+  return kmrxTreeSetAt<YcRxMapIterator>(this, it, value);
 }
 
 YcRxObject* YcRxMap::remove(const YcRxObject* key) {
-  if (!key) return nullptr;
-  auto pos = mTree.find(key);
-  if (pos == mTree.end()) return nullptr;
-  const YcRxObject* storedKey = pos->first;
-  YcRxObject* value = pos->second;
-  mTree.erase(pos);
-  delete storedKey;
-  return value;
+  return key ? kmrxTreeRemove(mTree, key, KmrxTreeKeys::kOwned) : nullptr;
 }
 
 YcRxObject* YcRxMap::remove(YcRxIterator* it) {
-  YcRxMapIterator* mine = YcRxMapIterator::cast(it);
-  if (!mine) {
-    kmrxFatalCode(Ycad::eWrongObjectClass);
-    return nullptr;
-  }
-  if (mine->done()) return nullptr;
-  if (mine->map() != this) {
-    kmrxFatalCode(Ycad::eWrongObjectClass);
-    return nullptr;
-  }
-  auto pos = mine->position();
-  const YcRxObject* storedKey = pos->first;
-  YcRxObject* value = pos->second;
-  mine->next();  // step off the entry first, so the iterator stays usable
-  mTree.erase(pos);
-  delete storedKey;
-  return value;
+  return kmrxTreeRemove<YcRxMapIterator>(this, it, KmrxClassCheck::kFirst, KmrxTreeKeys::kOwned);
 }
 
 void YcRxMap::removeAll() {

@@ -254,6 +254,8 @@ wchar_t* _tarmcsncpy(wchar_t* dst, const wchar_t* src, int n) {
   return dst;
 }
 
+int KmCharOp::compareNoCase(const wchar_t* a, const wchar_t* b) { return kmrxCompareNoCase(a, b); }
+
 int KmCharOp::format(wchar_t* buf, const wchar_t* fmt, ...) {
   va_list args;
   va_start(args, fmt);

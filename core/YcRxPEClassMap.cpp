@@ -1,7 +1,7 @@
 // A descriptor's protocol-extension map, keyed by protocol class address.
 #include "YcRxPEClassMap.h"
 
-#include "core/YcRxInternal.h"
+#include "containers/YcRxTreeMap.h"
 
 YCRX_DEFINE_MEMBERS(YcRxPEClassMap, L"YcRxPEClassMap", L"YcRxGenericMap")
 YCRX_DEFINE_MEMBERS(YcRxPEClassMapIterator, L"YcRxPEClassMapIterator", L"YcRxGenericMapIterator")
@@ -27,54 +27,22 @@ YcRxObject* YcRxPEClassMap::setAt(const YcRxObject* key, YcRxObject* value) {
 }
 
 YcRxObject* YcRxPEClassMap::setAt(YcRxIterator* it, YcRxObject* value) {
-  if (!it || it->done()) return nullptr;
-  YcRxPEClassMapIterator* mine = YcRxPEClassMapIterator::cast(it);
-  // Another map's position must never touch this tree either.
-  if (!mine || mine->map() != this) {
-    kmrxFatalCode(Ycad::eWrongObjectClass);
-    return nullptr;
-  }
-  auto pos = mine->position();
-  YcRxObject* old = pos->second;
-  pos->second = value;
-  return old;
+  return kmrxTreeSetAt<YcRxPEClassMapIterator>(this, it, value);
 }
 
 YcRxObject* YcRxPEClassMap::remove(YcRxIterator* it) {
-  if (!it || it->done()) return nullptr;
-  YcRxPEClassMapIterator* mine = YcRxPEClassMapIterator::cast(it);
-  // Another map's position must never touch this tree either.
-  if (!mine || mine->map() != this) {
-    kmrxFatalCode(Ycad::eWrongObjectClass);
-    return nullptr;
-  }
-  auto pos = mine->position();
-  YcRxObject* value = pos->second;
-  mine->next();  // step off the entry before it goes
-  mTree.erase(pos);
-  return value;
+  return kmrxTreeRemove<YcRxPEClassMapIterator>(this, it, KmrxClassCheck::kAfterDone,
+                                                KmrxTreeKeys::kBorrowed);
 }
 
 YcRxObject* YcRxPEClassMap::remove(const YcRxObject* key) {
-  auto pos = mTree.find(key);
-  if (pos == mTree.end()) return nullptr;
-  YcRxObject* value = pos->second;
-  mTree.erase(pos);
-  return value;
+  return kmrxTreeRemove(mTree, key, KmrxTreeKeys::kBorrowed);
 }
 
-YcRxObject* YcRxPEClassMap::find(const YcRxObject* key) const {
-  if (!key) return nullptr;
-  auto pos = mTree.find(key);
-  return pos == mTree.end() ? nullptr : pos->second;
-}
+YcRxObject* YcRxPEClassMap::find(const YcRxObject* key) const { return kmrxTreeFind(mTree, key); }
 
 YcRxGenericMapIterator* YcRxPEClassMap::findIterator(const YcRxObject* key) const {
-  if (!key) return nullptr;
-  auto* self = const_cast<YcRxPEClassMap*>(this);
-  auto pos = self->mTree.find(key);
-  if (pos == self->mTree.end()) return nullptr;
-  return new YcRxPEClassMapIterator(self, pos);
+  return kmrxTreeFindIterator<YcRxPEClassMapIterator>(this, key);
 }
 
 YcRxPEClassMapIterator::YcRxPEClassMapIterator(YcRxPEClassMap* map,

@@ -42,51 +42,75 @@ void printHostUsage() {
       stdout);
 }
 
-bool parseHostOptions(int argc, char** argv, HostOptions& options) {
-  options.examplesDir = widen(YRXHOST_EXAMPLES_DIR);
-  bool demo = false;
-  for (int i = 1; i < argc; ++i) {
-    const char* arg = argv[i];
-    auto value = [&](std::wstring& out) {
-      if (i + 1 >= argc) {
-        std::fprintf(stderr, "yrxhost: %s needs a value\n", arg);
-        return false;
-      }
-      out = widen(argv[++i]);
-      return true;
-    };
-    std::wstring v;
-    if (!std::strcmp(arg, "-h") || !std::strcmp(arg, "--help")) {
-      options.help = true;
-    } else if (!std::strcmp(arg, "--demo")) {
-      demo = true;
-    } else if (!std::strcmp(arg, "--script")) {
-      if (!value(options.scriptFile)) return false;
-    } else if (!std::strcmp(arg, "-c") || !std::strcmp(arg, "--command")) {
-      if (!value(v)) return false;
-      options.commands.push_back(v);
-    } else if (!std::strcmp(arg, "--module-path")) {
-      if (!value(v)) return false;
-      options.modulePath.push_back(v);
-    } else if (!std::strcmp(arg, "--store-dir")) {
-      if (!value(options.storeDir)) return false;
-    } else if (!std::strcmp(arg, "--list")) {
-      if (!value(options.listFile)) return false;
-    } else if (!std::strcmp(arg, "--examples")) {
-      if (!value(options.examplesDir)) return false;
-    } else if (!std::strcmp(arg, "--log")) {
-      if (!value(options.logFile)) return false;
-    } else if (!std::strcmp(arg, "--echo")) {
-      options.echo = true;
-    } else if (!std::strcmp(arg, "--multi-document")) {
-      options.multiDocument = true;
-    } else if (!std::strcmp(arg, "--no-version-notice")) {
-      options.versionNotices = false;
-    } else {
-      std::fprintf(stderr, "yrxhost: unknown option %s (try --help)\n", arg);
-      return false;
-    }
+namespace {
+
+bool is(const char* arg, const char* name) { return name && !std::strcmp(arg, name); }
+
+// Options that stand alone; false when arg is none of them. --demo waits for
+// applyDefaults, so that an --examples after it still moves its script.
+bool applyFlag(const char* arg, HostOptions& options, bool& demo) {
+  if (is(arg, "-h") || is(arg, "--help"))
+    options.help = true;
+  else if (is(arg, "--demo"))
+    demo = true;
+  else if (is(arg, "--echo"))
+    options.echo = true;
+  else if (is(arg, "--multi-document"))
+    options.multiDocument = true;
+  else if (is(arg, "--no-version-notice"))
+    options.versionNotices = false;
+  else
+    return false;
+  return true;
+}
+
+// An option that takes the next argument: it sets one text, or adds to a list.
+struct ValueOption {
+  const char* shortName;  // or null
+  const char* longName;
+  std::wstring HostOptions::*text;
+  std::vector<std::wstring> HostOptions::*list;
+};
+
+const ValueOption kValueOptions[] = {
+    {nullptr, "--script", &HostOptions::scriptFile, nullptr},
+    {"-c", "--command", nullptr, &HostOptions::commands},
+    {nullptr, "--module-path", nullptr, &HostOptions::modulePath},
+    {nullptr, "--store-dir", &HostOptions::storeDir, nullptr},
+    {nullptr, "--list", &HostOptions::listFile, nullptr},
+    {nullptr, "--examples", &HostOptions::examplesDir, nullptr},
+    {nullptr, "--log", &HostOptions::logFile, nullptr},
+};
+
+const ValueOption* findValueOption(const char* arg) {
+  for (const ValueOption& option : kValueOptions)
+    if (is(arg, option.shortName) || is(arg, option.longName)) return &option;
+  return nullptr;
+}
+
+// Reads argv[i] (and its value, moving i past it); false with a message when it is wrong.
+bool parseArgument(int argc, char** argv, int& i, HostOptions& options, bool& demo) {
+  const char* arg = argv[i];
+  if (applyFlag(arg, options, demo)) return true;
+  const ValueOption* option = findValueOption(arg);
+  if (!option) {
+    std::fprintf(stderr, "yrxhost: unknown option %s (try --help)\n", arg);
+    return false;
   }
+  if (i + 1 >= argc) {
+    std::fprintf(stderr, "yrxhost: %s needs a value\n", arg);
+    return false;
+  }
+  std::wstring value = widen(argv[++i]);
+  if (option->text)
+    options.*option->text = value;
+  else
+    (options.*option->list).push_back(value);
+  return true;
+}
+
+// What the user left out, from the environment or next to the examples.
+void applyDefaults(HostOptions& options, bool demo) {
   if (demo) {
     options.scriptFile = options.examplesDir + L"/demo.yrxs";
     options.echo = true;
@@ -101,20 +125,35 @@ bool parseHostOptions(int argc, char** argv, HostOptions& options) {
     const char* tmp = std::getenv("TMPDIR");
     options.logFile = widen(tmp && *tmp ? tmp : "/tmp") + L"/yrxhost.log";
   }
-  // The host changes directory to read the list file, so every path is made
-  // absolute now, while relative ones still mean what the user meant.
-  auto absolute = [](std::wstring& path) {
-    wchar_t full[1024];
-    if (!path.empty() && KmPathMaker::getFullFileName(path.c_str(), full, 1024)) path = full;
-  };
+}
+
+void makeAbsolute(std::wstring& path) {
+  wchar_t full[1024];
+  if (!path.empty() && KmPathMaker::getFullFileName(path.c_str(), full, 1024)) path = full;
+}
+
+// The host changes directory to read the list file, so every path is made
+// absolute now, while relative ones still mean what the user meant.
+void makePathsAbsolute(HostOptions& options) {
   for (std::wstring* path : {&options.examplesDir, &options.storeDir, &options.listFile,
                              &options.logFile, &options.scriptFile})
-    absolute(*path);
+    makeAbsolute(*path);
   std::vector<std::wstring> dirs;
   for (std::wstring dir : options.modulePath) {
-    absolute(dir);
+    makeAbsolute(dir);
     if (std::find(dirs.begin(), dirs.end(), dir) == dirs.end()) dirs.push_back(dir);
   }
   options.modulePath = dirs;
+}
+
+}  // namespace
+
+bool parseHostOptions(int argc, char** argv, HostOptions& options) {
+  options.examplesDir = widen(YRXHOST_EXAMPLES_DIR);
+  bool demo = false;
+  for (int i = 1; i < argc; ++i)
+    if (!parseArgument(argc, argv, i, options, demo)) return false;
+  applyDefaults(options, demo);
+  makePathsAbsolute(options);
   return true;
 }

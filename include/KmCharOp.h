@@ -25,7 +25,8 @@ public:
   }
   static int format(wchar_t* buf, const wchar_t* fmt, ...);
   static int format(wchar_t* buf, const wchar_t* fmt, va_list args) { return vswprintf(buf, fmt, args); }
-  static int compareNoCase(const wchar_t* a, const wchar_t* b) { return ::wcscasecmp(a, b); }
+  // wcscasecmp's answers, from the runtime's own compare (no locale call for ASCII).
+  static int compareNoCase(const wchar_t* a, const wchar_t* b);
 
   template <typename C>
   static unsigned long sizeOfNum(unsigned long n) { return (n + 1) * sizeof(C); }

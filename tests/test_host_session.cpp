@@ -1,13 +1,27 @@
 // Drives the real yrxhost through sessions and checks what it prints.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <utility>
 
 #if defined(KMRX_HOST_BINARY) && defined(KMRX_EXAMPLES_DIR) && defined(KMRX_EXAMPLE_MODULE_DIR)
 
 namespace {
+
+// Runs a shell command line; returns everything it printed, and its wait status in status.
+std::string capture(const std::string& command, int& status) {
+  std::string out;
+  status = -1;
+  if (std::FILE* pipe = popen(command.c_str(), "r")) {
+    char buffer[4096];
+    while (std::fgets(buffer, sizeof(buffer), pipe)) out += buffer;
+    status = pclose(pipe);
+  }
+  return out;
+}
 
 // Runs the host with the example stores and modules plus extra arguments,
 // feeding input on stdin; returns everything it printed.
@@ -17,11 +31,10 @@ std::string runHost(const std::string& args, const std::string& input = "") {
   const std::string command = std::string(KMRX_HOST_BINARY) + " --examples " + KMRX_EXAMPLES_DIR +
                               " --module-path " + KMRX_EXAMPLE_MODULE_DIR + " --log " +
                               testing::TempDir() + "host.log " + args + " < " + inputFile + " 2>&1";
-  std::string out;
-  if (std::FILE* pipe = popen(command.c_str(), "r")) {
-    char buffer[4096];
-    while (std::fgets(buffer, sizeof(buffer), pipe)) out += buffer;
-    EXPECT_EQ(0, pclose(pipe)) << out;
+  int status = 0;
+  const std::string out = capture(command, status);
+  if (status != -1) {
+    EXPECT_EQ(0, status) << out;
   }
   return out;
 }
@@ -70,6 +83,20 @@ TEST(HostSession, MalformedStoresAreReportedByFileAndLineAndTheRestIsRead) {
   const std::string out = runHost("--store-dir " + dir, "apps\nSHAPES\n");
   expectInOrder(out, {"config.reg:3:", "config.reg:4:", "Shapes  shapes.yrx",
                       "Loading the application Shapes for the command SHAPES", "ExCircle"});
+}
+
+TEST(HostSession, CommandOptionsRunInOrderAndAWrongOptionStopsTheHost) {
+  expectInOrder(runHost("-c 'help unload' --command modules", "NOTREAD\n"),
+                {"unload <module>", "hello.yrx            1"});
+  const std::pair<const char*, const char*> wrong[] = {
+      {"--bogus -c modules", "yrxhost: unknown option --bogus (try --help)\n"},
+      {"--module-path", "yrxhost: --module-path needs a value\n"},
+      {"--echo -c", "yrxhost: -c needs a value\n"}};
+  for (const auto& [args, message] : wrong) {
+    int status = 0;
+    EXPECT_EQ(message, capture(std::string(KMRX_HOST_BINARY) + " " + args + " 2>&1", status));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 2) << args;
+  }
 }
 
 TEST(HostSession, EndOfInputUnloadsEverythingAndExitsCleanly) {

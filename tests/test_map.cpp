@@ -147,6 +147,35 @@ TEST_F(MapTest, ForeignIteratorIsReportedAndNeverUsedByEitherMap) {
   EXPECT_EQ(&v[3], otherPe.find(&v[2]));
 }
 
+TEST_F(MapTest, EachMethodChecksForeignIteratorsInItsOwnOrder) {
+  const std::wstring report = L"Rx module fatal error, code is 46";
+  YcRxPEClassMap pe;
+  YcRxLinkedList empty;
+  std::unique_ptr<YcRxIterator> finished(empty.newIterator());
+  YcRxIterator* const none = nullptr;
+  // Null or finished, of another class: only YcRxMap::remove looks at the class first.
+  EXPECT_TRUE(!map.setAt(finished.get(), &v[0]) && !pe.setAt(finished.get(), &v[0]) &&
+              !pe.remove(finished.get()) && !pe.setAt(none, &v[0]));
+  EXPECT_EQ(0, fatalCount(report));
+  EXPECT_EQ(nullptr, map.remove(none));
+  EXPECT_EQ(1, fatalCount(report));
+
+  // Another YcRxMap's iterator is refused while it stands on an entry, ignored once done.
+  YcRxMap other;
+  MapKey one(1), five(5);
+  other.setAt(&five, &v[3]);
+  std::unique_ptr<YcRxIterator> stranger(other.newIterator());
+  EXPECT_EQ(nullptr, map.setAt(stranger.get(), &v[0]));
+  EXPECT_EQ(nullptr, map.remove(stranger.get()));
+  EXPECT_EQ(3, fatalCount(report));
+  stranger->next();
+  EXPECT_TRUE(!map.setAt(stranger.get(), &v[0]) && !map.remove(stranger.get()));
+  EXPECT_EQ(3, fatalCount(report));
+  EXPECT_EQ(3, map.count());
+  EXPECT_EQ(&v[0], map.find(&one));
+  EXPECT_EQ(&v[3], other.find(&five));
+}
+
 class PEClassMapTest : public RuntimeTest {
 protected:
   YcRxObject k[4], v[4];

@@ -1,10 +1,13 @@
 // YcRxString and its helpers: storage states, buffer lending, per-string case rules,
 // ordering of strings with and without storage, and the raw-text toolkit.
+#include <clocale>
 #include <cwchar>
+#include <utility>
 
 #include "KmCharOp.h"
 #include "KmOsTable.h"
 #include "KmRxTestSupport.h"
+#include "StoreTestSupport.h"
 
 namespace {
 
@@ -177,6 +180,29 @@ TEST(StringHelpers, LessOprSafeLengthRawCopiesAndCharOp) {
   EXPECT_STREQ(L"ab", part);
   part[6] = L'z';  // room for the larger capacity was allocated
   KmCharOp::release(part);
+}
+
+// Module, class and command names need not be ASCII, and the runtime folds case itself.
+TEST(StringHelpers, CompareNoCaseAnswersExactlyAsTheCLibraryInEachLocale) {
+  const std::pair<const wchar_t*, const wchar_t*> pairs[] = {
+      {L"Abc", L"aBC"}, {L"abc", L"ABD"}, {L"ab", L"ABC"}, {L"", L"a"},
+      {L"Z", L"["},                            // folded, 'z' sorts after '['
+      {L"ÄÖÜ", L"äöü"},  // Latin-1 umlauts
+      {L"É", L"F"}, {L"Straße", L"STRASSE"},
+      {L"ΣΙΣ", L"σις"},  // Greek, final sigma
+      {L"ПрИ", L"пРи"},  // Cyrillic
+      {L"İ", L"i"}, {L"𐐀", L"𐐨"}};  // dotted I; beyond 16 bits
+  CtypeLocaleGuard guard;
+  for (const char* locale : {"C", "C.UTF-8"}) {
+    ASSERT_NE(nullptr, std::setlocale(LC_CTYPE, locale));
+    for (const auto& p : pairs) {
+      EXPECT_EQ(::wcscasecmp(p.first, p.second), KmCharOp::compareNoCase(p.first, p.second))
+          << locale << ": " << p.first << " ~ " << p.second;
+      EXPECT_EQ(::wcscasecmp(p.second, p.first), KmCharOp::compareNoCase(p.second, p.first))
+          << locale << ": " << p.second << " ~ " << p.first;
+    }
+  }
+  EXPECT_EQ(0, KmCharOp::compareNoCase(L"ÄΣП", L"äσп"));
 }
 
 }  // namespace

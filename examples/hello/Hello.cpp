@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr std::uint32_t kApiVersion = (15u << 16) | 20u;  // runtime API 15.20
-
 YcRxDynLoadModuleProxy* gSelf = nullptr;  // our record, for the file name
 
 // A command gets the rest of the command line and prints through the host.
@@ -49,4 +47,4 @@ KMRX_MODULE_EXPORT YcRx::AppRetCode ycrxEntryPoint(YcRx::AppMsgCode code, void* 
   }
 }
 
-KMRX_MODULE_EXPORT std::uint32_t ycrxGetApiVersion(int) { return kApiVersion; }
+KMRX_MODULE_EXPORT std::uint32_t ycrxGetApiVersion(int) { return KMRX_API_VERSION; }

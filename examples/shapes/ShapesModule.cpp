@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr std::uint32_t kApiVersion = (15u << 16) | 20u;  // runtime API 15.20
-
 void* gSelf = nullptr;          // this module's record, once init got going
 bool gDependsOnUnits = false;   // addDependency was called
 bool gClassesRegistered = false;
@@ -107,4 +105,4 @@ KMRX_MODULE_EXPORT YcRx::AppRetCode ycrxEntryPoint(YcRx::AppMsgCode code, void* 
   }
 }
 
-KMRX_MODULE_EXPORT std::uint32_t ycrxGetApiVersion(int) { return kApiVersion; }
+KMRX_MODULE_EXPORT std::uint32_t ycrxGetApiVersion(int) { return KMRX_API_VERSION; }

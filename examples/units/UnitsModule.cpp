@@ -13,11 +13,6 @@ UnitsService* gUnitsService = nullptr;
 
 namespace {
 
-// The runtime API these headers describe, 15.20: major in the high 16 bits,
-// minor in the low 16. A module built for another version still loads, but
-// the host shows a notice.
-constexpr std::uint32_t kApiVersion = (15u << 16) | 20u;
-
 // This module's record in the linker (the argument of the init message).
 void* gSelf = nullptr;
 
@@ -97,4 +92,6 @@ KMRX_MODULE_EXPORT YcRx::AppRetCode ycrxEntryPoint(YcRx::AppMsgCode code, void* 
   }
 }
 
-KMRX_MODULE_EXPORT std::uint32_t ycrxGetApiVersion(int) { return kApiVersion; }
+// The runtime API these headers describe (KmRxVersion.h). A module built for
+// another version still loads, but the host shows a notice.
+KMRX_MODULE_EXPORT std::uint32_t ycrxGetApiVersion(int) { return KMRX_API_VERSION; }

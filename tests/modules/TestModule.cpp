@@ -33,7 +33,7 @@ extern "C" __attribute__((visibility("default"))) int tmHiddenAnswer() { return 
 #define TM_WSTR(x) TM_WIDE(TM_STR(x))
 
 #ifndef TM_API_VERSION
-#define TM_API_VERSION 0x000F0014
+#define TM_API_VERSION KMRX_API_VERSION
 #endif
 
 // Message codes of the tests' own: a refusal, and an unload of itself while
