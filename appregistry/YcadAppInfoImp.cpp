@@ -10,6 +10,7 @@
 #include "YcRxDictionary.h"
 #include "YcRxDynamicLinker.h"
 #include "YcRxModuleGlobal.h"
+#include "core/KmRxContext.h"
 
 namespace {
 
@@ -75,6 +76,8 @@ void YcadAppInfoImp::setAppDesc(const wchar_t* description) {
   replaceString(mpAppDesc, description);
 }
 
+// Always found, so a record read without error implements every command;
+// modules rely on it.
 Ycad::ErrorStatus YcadAppInfoImp::findCmdNameFromReg(bool, const wchar_t*) const {
   return Ycad::eOk;
 }
@@ -95,7 +98,8 @@ bool YcadAppInfoImp::appImplements(const wchar_t* command) const {
 YcadAppInfo::CmdStatus YcadAppInfoImp::runAppLoader() {
   if (mpAppLoader) return mpAppLoader(this);
   if (!mpModuleName) return YcadAppInfo::kNothingLoaded;
-  auto* linker = YcRxDynamicLinker::cast(ycrxSysRegistry()->at(L"DynamicLinker"));
+  // By name, as the default loader is defined.
+  YcRxDynamicLinker* linker = kmrxRegisteredLinker();
   if (linker && linker->loadApp(mpOwner, YcadApp::kOnAppLoader, false, true))
     return YcadAppInfo::kModuleLoaded;
   if (YcDbHostApplicationServices* services = ycdbHostApplicationServices()) {

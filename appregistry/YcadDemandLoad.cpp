@@ -15,6 +15,7 @@
 #include "YcadRegisterYrxStack.h"
 #include "YcadYrxRegCmdGroup.h"
 #include "YcadYrxRegCommand.h"
+#include "core/KmRxContext.h"
 
 YcadRegisterYrxStack* g_pRegYrxList = nullptr;
 
@@ -89,7 +90,7 @@ bool initDemandLoadYrxList() {
   // The record's parent class exists, so it can join the class tree; the
   // registry's own classes name parents that do not and stay unregistered.
   // Looked up by name: a descriptor cached before a restart of the runtime is gone.
-  auto* classes = static_cast<YcRxDictionary*>(ycrxSysRegistry()->at(L"ClassDictionary"));
+  YcRxDictionary* classes = kmrxRegisteredClassDictionary();
   if (classes && !classes->at(L"AcadAppInfo")) {
     YcadAppInfo::rxInit();
     ycrxBuildClassHierarchy();
@@ -118,7 +119,8 @@ bool getRegisterYrxAppInfoList(const wchar_t* command, YcArray<YcadAppInfo*>& ou
     KmCharOp::release(group);
     return false;
   }
-  auto* linker = YcRxDynamicLinkerImp::cast(ycrxSysRegistry()->at(L"DynamicLinker"));
+  // By name, as the query is defined.
+  YcRxDynamicLinkerImp* linker = kmrxRegisteredLinkerImp();
   YcRxIterator* it = g_pRegYrxList->newIterator();
   for (; !it->done(); it->next()) {
     auto* info = static_cast<YcadRegisterYrxInfo*>(it->object());
@@ -128,7 +130,7 @@ bool getRegisterYrxAppInfoList(const wchar_t* command, YcArray<YcadAppInfo*>& ou
   }
   delete it;
   KmCharOp::release(group);
-  return true;
+  return true;  // also when nothing matched; modules rely on it
 }
 
 bool getAllRegisterYrxAppCommandList(YcArray<const wchar_t*>& out) {

@@ -2,11 +2,10 @@
 #pragma once
 #include "YcRxGenericCollection.h"
 #include "YcRxIterator.h"
+#include "core/YcRxInternal.h"
 
 // A new list from the kernel services ("ServiceDictionary" / "KernelServices").
 YcRxGenericCollection* kmrxNewRegistryList();
-// Equal without regard to case; a null name equals nothing.
-bool kmrxSameNameNoCase(const wchar_t* a, const wchar_t* b);
 // Deletes every object of list, then empties the list.
 void kmrxDeleteListed(YcRxGenericCollection* list);
 

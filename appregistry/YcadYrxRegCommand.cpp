@@ -10,6 +10,7 @@
 #include "YcRxLinkedList.h"
 #include "YcRxModuleGlobal.h"
 #include "YcadRegistryInternal.h"
+#include "core/KmRxContext.h"
 #include "YcadYrxRegCmdGroup.h"
 
 // Neither class registers by itself: "YcRxObject" is no registered class, so
@@ -18,16 +19,11 @@ YCRX_DEFINE_MEMBERS(YcadYrxRegCommand, L"YcadYrxRegCommand", L"YcRxObject")
 YCRX_DEFINE_MEMBERS(YcadYrxRegCmdGroup, L"YcadYrxRegCmdGroup", L"YcRxObject")
 
 YcRxGenericCollection* kmrxNewRegistryList() {
-  YcRxDictionary* registry = ycrxGetModule() ? ycrxSysRegistry() : nullptr;
-  auto* services =
-      registry ? static_cast<YcRxDictionary*>(registry->at(L"ServiceDictionary")) : nullptr;
+  // The kernel service is looked up by name, as the registry's lists are defined.
+  YcRxDictionary* services = kmrxRegisteredServiceDictionary();
   YcRxKernel* kernel = services ? YcRxKernel::cast(services->at(L"KernelServices")) : nullptr;
   YcRxGenericCollection* list = kernel ? kernel->newYcRxGenericCollection() : nullptr;
   return list ? list : new YcRxLinkedList();
-}
-
-bool kmrxSameNameNoCase(const wchar_t* a, const wchar_t* b) {
-  return a && b && KmCharOp::compareNoCase(a, b) == 0;
 }
 
 void kmrxDeleteListed(YcRxGenericCollection* list) {

@@ -19,6 +19,10 @@ void kmrxRegisterRuntimeClasses();
 // wcscasecmp with the same answers, without a locale call for ASCII letters:
 // case-blind look-ups (class, service and module names) sit on hot paths.
 int kmrxCompareNoCase(const wchar_t* a, const wchar_t* b);
+// Equal without regard to case; a null name equals nothing.
+inline bool kmrxSameNameNoCase(const wchar_t* a, const wchar_t* b) {
+  return a && b && kmrxCompareNoCase(a, b) == 0;
+}
 // Compares a and b exactly, or without regard to case.
 inline int kmrxCompareText(const wchar_t* a, const wchar_t* b, bool ignoreCase) {
   return ignoreCase ? kmrxCompareNoCase(a, b) : std::wcscmp(a, b);

@@ -28,6 +28,7 @@ public:
   YcRxObject* setAt(YcRxIterator* it, YcRxObject* value) override;
   YcRxObject* find(const YcRxObject* key) const override;
   YcRxGenericMapIterator* findIterator(const YcRxObject* key) const override;
+  // False for a key stored with a null value, which count() still counts; modules rely on it.
   bool has(const YcRxObject* key) const override { return find(key) != nullptr; }
   int count() const override { return static_cast<int>(mTree.size()); }
 
@@ -45,7 +46,8 @@ public:
   YcRxMapIterator(YcRxMap* map, YcRxMap::Tree::iterator position);
 
   bool done() const override;
-  // Answers true when the end has now been reached.
+  // Answers true when the end has now been reached, the reverse of the
+  // dictionary iterator; modules rely on it.
   bool next() override;
   // Null on a finished iterator.
   YcRxObject* object() const override { return done() ? nullptr : mPos->second; }

@@ -27,6 +27,7 @@ public:
   YcRxObject* setAt(YcRxIterator* it, YcRxObject* value) override;
   YcRxObject* find(const YcRxObject* key) const override;
   YcRxGenericMapIterator* findIterator(const YcRxObject* key) const override;
+  // False for a key stored with a null value, which count() still counts; modules rely on it.
   bool has(const YcRxObject* key) const override { return find(key) != nullptr; }
   int count() const override { return static_cast<int>(mTree.size()); }
 

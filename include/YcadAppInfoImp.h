@@ -27,6 +27,7 @@ public:
   int nameState() const { return mNameState; }
 
   Ycad::ErrorStatus readFromRegistry();
+  // The record never writes the store, yet reports success; modules rely on it.
   Ycad::ErrorStatus writeToRegistry(bool, bool) { return Ycad::eOk; }
   Ycad::ErrorStatus delFromRegistry(bool) { return Ycad::eOk; }
   Ycad::ErrorStatus writeGroupNameToRegistry(const wchar_t*) { return Ycad::eOk; }

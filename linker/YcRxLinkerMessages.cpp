@@ -54,8 +54,6 @@ private:
 
 namespace {
 
-bool sameNameNoCase(const wchar_t* a, const wchar_t* b) { return a && b && kmrxCompareNoCase(a, b) == 0; }
-
 // Marks a record as receiving a message and as the host's module being loaded
 // for the length of one delivery.
 class DeliveryScope {
@@ -94,7 +92,7 @@ struct FindRxModuleProxyByHRxMod {
 
 struct FindRxModuleProxyByAppName {
   bool operator()(YcRxObject* value, const wchar_t* name) const {
-    return sameNameNoCase(static_cast<YcRxDynLoadModuleProxy*>(value)->appName(), name);
+    return kmrxSameNameNoCase(static_cast<YcRxDynLoadModuleProxy*>(value)->appName(), name);
   }
 };
 
@@ -146,8 +144,8 @@ bool YcRxDynamicLinkerImp::sendMessageToApp(const wchar_t* fileName, YcRx::AppMs
     auto* record = static_cast<YcRxDynLoadModuleProxy*>(it->object());
     if (!record || !record->fileName()) continue;
     wchar_t full[1024];
-    if (sameNameNoCase(record->fileName(), fileName) ||
-        (KmPathMaker::getFullFileName(record->fileName(), full, 1024) && sameNameNoCase(full, fileName)))
+    if (kmrxSameNameNoCase(record->fileName(), fileName) ||
+        (KmPathMaker::getFullFileName(record->fileName(), full, 1024) && kmrxSameNameNoCase(full, fileName)))
       target = record;
   }
   delete it;
