@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "KmRxTestSupport.h"
+#include "KmRxTesting.h"
 #include "StoreTestSupport.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cwchar>
 
 #include "KmCharOp.h"
-#include "KmOsTable.h"
+#include "KmRxTesting.h"
 #include "KmRxTestSupport.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // The real OS calls behind the platform layer, and the fault switches tests use.
-#include "KmOsTable.h"
+#include "KmRxTesting.h"
 #include "KmOsCalls.h"
 
 #include <climits>

@@ -1,5 +1,7 @@
-// Every OS call the platform layer makes goes through this table, so a test
-// can replace an entry or make the Nth call of a kind fail.
+// For host test suites, not for a host's own code: stand in for the OS and
+// make its calls fail. Every OS call the platform layer makes goes through
+// this table, so a test can replace an entry or make the Nth call of a kind
+// fail. KmRx.h does not include this header.
 #pragma once
 #include <cstddef>
 #include "KmRxExport.h"
