@@ -119,7 +119,7 @@ bool KmPathMaker::ToPlatformModuleName(const wchar_t* name, wchar_t* out, std::s
 
 bool KmFileSystem::isFileExisting(const wchar_t* path) {
   if (!path || !*path) return false;
-  return kmOsTable().isRegularFile(kmToUtf8(path).c_str()) == 1;
+  return kmOsIsRegularFile(kmToUtf8(path).c_str()) == 1;
 }
 
 void _wsplitpath(const wchar_t* path, wchar_t* drive, wchar_t* dir, wchar_t* fname, wchar_t* ext) {
@@ -134,5 +134,5 @@ void _wsplitpath(const wchar_t* path, wchar_t* drive, wchar_t* dir, wchar_t* fna
 
 int _waccess(const wchar_t* path, int mode) {
   if (!path) return -1;
-  return kmOsTable().fileAccess(kmToUtf8(path).c_str(), mode) == 0 ? 0 : -1;
+  return kmOsFileAccess(kmToUtf8(path).c_str(), mode) == 0 ? 0 : -1;
 }
