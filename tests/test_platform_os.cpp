@@ -17,40 +17,7 @@ namespace {
 
 using namespace KmKernel32;
 
-class OsTableTest : public RuntimeTest {
-protected:
-  void TearDown() override {
-    kmOsReset();
-    kmStoreCloseAll();
-    RuntimeTest::TearDown();
-  }
-
-  static void arm(KmOsCall kind) { kmOsFailNth(kind, 1); }
-
-  static HMODULE load() {
-    HMODULE h = LoadLibraryExW(module().c_str(), nullptr, 0);
-    EXPECT_NE(nullptr, h) << "test module not built?";
-    return h;
-  }
-  static std::wstring module() { return testModulePath(L"tm_api_1520.yrx"); }
-
-  // Expects the loader to refuse the module with this code and text.
-  static void expectRefused(DWORD code, const wchar_t* text) {
-    SetLastError(0);
-    EXPECT_EQ(nullptr, LoadLibraryExW(module().c_str(), nullptr, 0));
-    EXPECT_EQ(code, GetLastError());
-    EXPECT_STREQ(text, GetLastLoadErrorText());
-  }
-
-  // The configuration store from a file with one good item and one bad line.
-  std::wstring config() {
-    return dir.write("config.reg", "[Applications\\App]\n\"Name\"=\"app\"\nrubbish\n");
-  }
-
-  TempDir dir;
-};
-
-// What the stand-ins below were handed.
+// What the stand-ins were handed.
 int gReleases = 0, gCloses = 0;
 std::set<int> gDescriptors;
 std::string gWritten, gAskedFor;
@@ -83,6 +50,46 @@ const char* storeDirVariable(const char* name) {
   gAskedFor = name;
   return gStoreDir.c_str();
 }
+
+class OsTableTest : public RuntimeTest {
+protected:
+  void TearDown() override {
+    kmOsReset();
+    kmStoreCloseAll();
+    RuntimeTest::TearDown();
+  }
+
+  static void arm(KmOsCall kind) { kmOsFailNth(kind, 1); }
+
+  static HMODULE load() {
+    HMODULE h = LoadLibraryExW(module().c_str(), nullptr, 0);
+    EXPECT_NE(nullptr, h) << "test module not built?";
+    return h;
+  }
+  static std::wstring module() { return testModulePath(L"tm_api_1520.yrx"); }
+
+  // Expects the loader to refuse the module with this code and text.
+  static void expectRefused(DWORD code, const wchar_t* text) {
+    SetLastError(0);
+    EXPECT_EQ(nullptr, LoadLibraryExW(module().c_str(), nullptr, 0));
+    EXPECT_EQ(code, GetLastError());
+    EXPECT_STREQ(text, GetLastLoadErrorText());
+  }
+
+  // The configuration store from a file with one good item and one bad line.
+  std::wstring config() {
+    return dir.write("config.reg", "[Applications\\App]\n\"Name\"=\"app\"\nrubbish\n");
+  }
+
+  // KMRX_STORE_DIR, as a stand-in gives it: a directory with a user store.
+  void standInEnvironment() {
+    environmentDir.write("HKCU.reg", "[FromEnvironment]\n");
+    gStoreDir = utf8(environmentDir.wpath());
+    kmOsTable().environmentVariable = &storeDirVariable;
+  }
+
+  TempDir dir, environmentDir;
+};
 
 struct FaultCase {
   KmOsCall kind;
@@ -196,9 +203,7 @@ TEST_F(OsTableTest, EveryKindCanBeFailedAndThePlatformReportsIt) {
          EXPECT_TRUE(kmIsInteractiveInput());
        }},
       {KmOsCall::EnvironmentVariable, "EnvironmentVariable", [this] {
-         dir.write("HKCU.reg", "[FromEnvironment]\n");
-         gStoreDir = utf8(dir.wpath());
-         kmOsTable().environmentVariable = &storeDirVariable;
+         standInEnvironment();
          arm(KmOsCall::EnvironmentVariable);
          EXPECT_FALSE(kmStoreOpenFromEnvironment());
          EXPECT_TRUE(kmStoreOpenFromEnvironment());
@@ -241,9 +246,7 @@ TEST_F(OsTableTest, WriteProgramPathTerminalAndEnvironmentGoThroughTheTable) {
   EXPECT_TRUE(kmIsInteractiveInput());
   EXPECT_EQ(std::set<int>{0}, gDescriptors) << "standard input";
 
-  dir.write("HKCU.reg", "[FromEnvironment]\n");
-  gStoreDir = utf8(dir.wpath());
-  kmOsTable().environmentVariable = &storeDirVariable;
+  standInEnvironment();
   EXPECT_TRUE(kmStoreOpenFromEnvironment());
   EXPECT_EQ("KMRX_STORE_DIR", gAskedFor);
   HKEY key = nullptr;

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <type_traits>
 
+#include "KmUtf8Decode.h"
+
 namespace {
 
 // Beyond these a field is a mistake, not a layout; clamping keeps counts sane.
@@ -40,42 +42,6 @@ struct Field {
   enum Length { None, HH, H, L, LL, J, Z, T, BigL, W } length = None;
 };
 
-// One code point from a narrow UTF-8 string. Reads no further than the first
-// byte that cannot continue the sequence, so a terminator is never passed.
-// Each maximal invalid piece becomes one replacement character.
-wchar_t decodeUtf8(const unsigned char*& p) {
-  const unsigned b0 = *p++;
-  if (b0 < 0x80) return static_cast<wchar_t>(b0);
-  int more;
-  std::uint32_t cp;
-  unsigned lo = 0x80, hi = 0xBF;  // range of the second byte
-  if (b0 >= 0xC2 && b0 <= 0xDF) {
-    more = 1;
-    cp = b0 & 0x1F;
-  } else if (b0 >= 0xE0 && b0 <= 0xEF) {
-    more = 2;
-    cp = b0 & 0x0F;
-    if (b0 == 0xE0) lo = 0xA0;  // overlong
-    if (b0 == 0xED) hi = 0x9F;  // surrogates
-  } else if (b0 >= 0xF0 && b0 <= 0xF4) {
-    more = 3;
-    cp = b0 & 0x07;
-    if (b0 == 0xF0) lo = 0x90;  // overlong
-    if (b0 == 0xF4) hi = 0x8F;  // above U+10FFFF
-  } else {
-    return kReplacement;
-  }
-  for (int i = 0; i < more; ++i) {
-    const unsigned b = *p;
-    if (b < lo || b > hi) return kReplacement;
-    ++p;
-    cp = (cp << 6) | (b & 0x3F);
-    lo = 0x80;
-    hi = 0xBF;
-  }
-  return static_cast<wchar_t>(cp);
-}
-
 void padBefore(Sink& out, const Field& field, int len) {
   if (!field.left && field.width > len) out.repeat(L' ', field.width - len);
 }
@@ -100,10 +66,10 @@ void emitNarrow(Sink& out, const Field& field, const char* s) {
   const int limit = field.precision < 0 ? INT_MAX : field.precision;
   int len = 0;
   for (auto* p = reinterpret_cast<const unsigned char*>(s); len < limit && *p; ++len)
-    decodeUtf8(p);
+    kmDecodeUtf8(p, nullptr);
   padBefore(out, field, len);
   auto* p = reinterpret_cast<const unsigned char*>(s);
-  for (int i = 0; i < len; ++i) out.put(decodeUtf8(p));
+  for (int i = 0; i < len; ++i) out.put(kmDecodeUtf8(p, nullptr));
   padAfter(out, field, len);
 }
 
