@@ -142,7 +142,8 @@ TEST_F(OsTableTest, EveryKindCanBeFailedAndThePlatformReportsIt) {
        }},
       {KmOsCall::AddressModulePath, "AddressModulePath", [] {
          arm(KmOsCall::AddressModulePath);
-         EXPECT_EQ(nullptr, GetModuleHandleFromAddress(reinterpret_cast<const void*>(&ycrxLoadModule)));
+         const void* inRuntime = reinterpret_cast<const void*>(&ycrxLoadModule);
+         EXPECT_EQ(nullptr, GetModuleHandleFromAddress(inRuntime));
        }},
       {KmOsCall::ProgramPath, "ProgramPath", [] {
          HMODULE program = GetModuleHandleW(nullptr);

@@ -45,9 +45,9 @@ struct KmOsTable {
   // 0, or -1; the file is closed either way, as with the C library.
   int (*closeFile)(void* file);
 
-  // The process.
-  long (*write)(int descriptor, const void* bytes, std::size_t count);  // bytes written, or -1 (EIO)
-  int (*isTerminal)(int descriptor);                 // 1 yes, 0 no (ENOTTY)
+  // The process. write gives the bytes written, or -1 (EIO).
+  long (*write)(int descriptor, const void* bytes, std::size_t count);
+  int (*isTerminal)(int descriptor);                     // 1 yes, 0 no (ENOTTY)
   const char* (*environmentVariable)(const char* name);  // null when unset
 };
 

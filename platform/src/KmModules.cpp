@@ -141,7 +141,8 @@ HMODULE LoadLibraryExW(const wchar_t* fileName, void*, DWORD) {
   const char* reason = nullptr;
   void* handle = kmOsOpenModule(path.c_str(), &reason);
   if (!handle) {
-    gLastLoadError = reason ? kmFromUtf8(reason, std::strlen(reason)) : L"module could not be opened";
+    gLastLoadError =
+        reason ? kmFromUtf8(reason, std::strlen(reason)) : std::wstring(L"module could not be opened");
     // A program is refused by the loader although it looks like a library.
     SetLastError(verdict.hasInterp ? kErrorBadExeFormat : kErrorModNotFound);
     return nullptr;

@@ -96,8 +96,8 @@ long long kmOsFileSize(const char* path) {
 }
 
 char* kmOsCurrentDirectory(char* buffer, std::size_t size) {
-  return failsWith(KmOsCall::CurrentDirectory, EACCES) ? nullptr
-                                                         : kmOsTable().currentDirectory(buffer, size);
+  if (failsWith(KmOsCall::CurrentDirectory, EACCES)) return nullptr;
+  return kmOsTable().currentDirectory(buffer, size);
 }
 
 int kmOsChangeDirectory(const char* path) {
