@@ -3,9 +3,9 @@
 // this table, so a test can replace an entry or make the Nth call of a kind
 // fail. KmRx.h does not include this header.
 //
-// A failed call returns the value noted at its entry and, where the real call
-// would, sets errno; the platform layer then behaves as it does when the OS
-// itself refuses.
+// A call failed by kmOsFailNth does not reach its entry (closeFile aside): it
+// returns the failure value noted at the entry and, where the real call would,
+// sets errno. The platform layer then behaves as when the OS itself refuses.
 #pragma once
 #include <cstddef>
 #include "KmRxExport.h"
@@ -15,7 +15,7 @@ struct KmOsTable {
   void* (*alloc)(std::size_t bytes);
   void (*release)(void* block);
 
-  // Dynamic loader; none of these sets errno.
+  // Dynamic loader: these report through their results, not errno.
   // Loads a module; null on failure, with the loader's reason in *error (null
   // when it gave none), valid until the next loader call.
   void* (*openModule)(const char* path, const char** error);
@@ -29,11 +29,12 @@ struct KmOsTable {
   const char* (*modulePath)(void* handle);
   // Path of the module that holds an address, or null.
   const char* (*addressModulePath)(const void* address);
-  // The program's own path, terminated, into buffer; its length, or -1 (also
-  // when it does not fit).
+  // The program's own path, terminated, into buffer; its length, or -1 with
+  // errno set (EACCES when failed by a test), also when it does not fit.
   long (*programPath)(char* buffer, std::size_t size);
 
-  // Files and directories. A failed call sets errno (EACCES, EIO for reads).
+  // Files and directories. A failed call sets errno; one failed by a test
+  // gets EACCES, or EIO for reading and closing.
   int (*fileAccess)(const char* path, int mode);  // 0, or -1
   int (*isRegularFile)(const char* path);         // 1 yes, 0 another kind, -1 missing or unknown
   long long (*fileSize)(const char* path);        // -1 when it cannot be told
