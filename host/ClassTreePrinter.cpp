@@ -9,10 +9,9 @@ void addClass(std::vector<std::wstring>& lines, YcRxClass* cls, int depth) {
   std::wstring line(static_cast<size_t>(depth) * 2, L' ');
   line += cls->name();
   if (const YcRxDynLoadModuleProxy* module = imp->moduleProxy()) {
-    wchar_t base[1024], ext[1024];
-    KmPathMaker::getFileName(module->fileName(), base, 1024);
-    KmPathMaker::getExtFileName(module->fileName(), ext, 1024);
-    line += std::wstring(L"   [") + base + ext + L"]";
+    wchar_t name[kKmTextBuffer];
+    KmPathMaker::getFileNameWithExt(module->fileName(), name, kKmTextBuffer);
+    line += std::wstring(L"   [") + name + L"]";
   }
   lines.push_back(line);
   if (YcRxLinkedList* subs = imp->subClasses())

@@ -18,10 +18,9 @@ YcRxDynamicLinkerImp* linker() {
 
 std::wstring baseName(const wchar_t* path) {
   if (!path) return L"?";
-  wchar_t base[1024], ext[1024];
-  KmPathMaker::getFileName(path, base, 1024);
-  KmPathMaker::getExtFileName(path, ext, 1024);
-  return std::wstring(base) + ext;
+  wchar_t name[kKmTextBuffer];
+  KmPathMaker::getFileNameWithExt(path, name, kKmTextBuffer);
+  return name;
 }
 
 std::wstring reasons(int r) {

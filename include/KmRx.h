@@ -7,7 +7,6 @@
 #include "KmExceptionWithMsg.h"
 #include "KmHeap.h"
 #include "KmKernel32.h"
-#include "KmOsTable.h"
 #include "KmPathMaker.h"
 #include "KmRegistry.h"
 #include "KmResource.h"

@@ -2,9 +2,8 @@
 // and forwards to it.
 #include "YcRxModuleFunctions.h"
 
-#include <cwchar>
-
 #include "KmPathMaker.h"
+#include "KmWideText.h"
 #include "YcDbHostApplicationServices.h"
 #include "YcRxDictionary.h"
 #include "YcRxDynLoadModuleProxy.h"
@@ -41,11 +40,8 @@ YcArray<const wchar_t*>* ycrxLoadedApps() {
   for (int i = 0; i < records.length(); ++i) {
     const wchar_t* fileName = records[i]->fileName();
     if (!fileName) continue;
-    wchar_t base[1024], ext[1024];
-    KmPathMaker::getFileName(fileName, base, 1024);
-    KmPathMaker::getExtFileName(fileName, ext, 1024);
-    auto* entry = new wchar_t[1024];
-    std::swprintf(entry, 1024, L"%ls%ls", base, ext);
+    auto* entry = new wchar_t[kKmTextBuffer];
+    KmPathMaker::getFileNameWithExt(fileName, entry, kKmTextBuffer);
     names->append(entry);
   }
   return names;

@@ -1,4 +1,5 @@
-// Wide formatting: host argument conventions, C-library numbers, measuring and bounds.
+// Wide formatting: host argument conventions, C-library numbers, measuring and bounds; and
+// the UTF-8 decoding it shares with kmFromUtf8.
 #include <climits>
 #include <cmath>
 
@@ -79,6 +80,26 @@ TEST(WideFormat, AbsurdWidthsAreClampedAndBoundedFormattingTruncates) {
   EXPECT_EQ(std::wstring(L"h\0", 2), std::wstring(buf, 2)) << "count 0 writes nothing";
   EXPECT_EQ(-1, kmSwprintf(buf, 1, L"x"));
   EXPECT_EQ(L'\0', buf[0]);
+}
+
+// One decoder serves both: the same bytes must give the same text through either.
+TEST(Utf8Decoding, EachMaximalInvalidPieceIsOneReplacementInBothUsers) {
+  const std::pair<std::string, std::wstring> cases[] = {
+      {"\xC2\x80|\xEF\xBF\xBF|\xF4\x8F\xBF\xBF", L"\u0080|\uFFFF|\U0010FFFF"},  // the edges
+      {"\xC0\xAF|\xE0\x80\xAF|\xF0\x80\x80\xAF",  // overlong
+       L"\uFFFD\uFFFD|\uFFFD\uFFFD\uFFFD|\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"\xED\xA0\x80|\xED\xBF\xBF", L"\uFFFD\uFFFD\uFFFD|\uFFFD\uFFFD\uFFFD"},  // surrogates
+      {"\xF4\x90\x80\x80|\xF5\x80", L"\uFFFD\uFFFD\uFFFD\uFFFD|\uFFFD\uFFFD"},  // above U+10FFFF
+      {"\x80" "a\xBF\xBF" "b", L"\uFFFDa\uFFFD\uFFFDb"},  // stray continuations
+      {"\xE2\x82" "a|\xF0\x9F\x98", L"\uFFFDa|\uFFFD"},  // broken off, then cut at the end
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.second, kmFromUtf8(c.first)) << c.first;
+    EXPECT_EQ(c.second, fmt(L"%S", c.first.c_str())) << c.first;
+  }
+  // A length bounds the text: a sequence cut by it is not completed from beyond.
+  EXPECT_EQ(L"a\uFFFD", kmFromUtf8("a\xC3\xA9", 2));
+  EXPECT_EQ(std::wstring(L"a\0b", 3), kmFromUtf8(std::string("a\0b", 3)));
 }
 
 }  // namespace

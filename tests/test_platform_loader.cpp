@@ -12,6 +12,7 @@
 
 #include "FakeHost.h"
 #include "KmRxTestSupport.h"
+#include "KmRxTesting.h"
 #include "YcRxModuleFunctions.h"
 
 namespace {

@@ -57,13 +57,22 @@ TEST_F(PlatformPathTest, FullNamesResolveAgainstTheCurrentDirAndPiecesTakeTheLas
   EXPECT_EQ(L"|tool|.yrx", split(L"tool.yrx"));
   EXPECT_EQ(L"/opt/mods/||", split(L"/opt/mods/"));
   EXPECT_EQ(L"mods/sub/t.yrx", piece(KmPathMaker::ToPlatformModuleName, L"mods\\sub\\t.yrx"));
+  // The name with its extension is exactly the two pieces joined.
+  for (const wchar_t* path : {L"/opt/mods.d/tool.v2.yrx", L"mods\\sub\\t.yrx", L"README", L"/a.b/c",
+                              L".hidden", L"/opt/mods/", L""})
+    EXPECT_EQ(piece(KmPathMaker::getFileName, path) + piece(KmPathMaker::getExtFileName, path),
+              piece(KmPathMaker::getFileNameWithExt, path));
+  EXPECT_EQ(L"t.yrx", piece(KmPathMaker::getFileNameWithExt, L"mods\\sub\\t.yrx"));
 
   wchar_t out[4];  // null inputs and results that do not fit give false
   for (PathFn fn : {KmPathMaker::getFullFileName, KmPathMaker::getFileName,
-                    KmPathMaker::getExtFileName, KmPathMaker::ToPlatformModuleName})
+                    KmPathMaker::getExtFileName, KmPathMaker::getFileNameWithExt,
+                    KmPathMaker::ToPlatformModuleName})
     EXPECT_FALSE(fn(L"/abc/long.yrx", out, 4) || fn(nullptr, out, 4));
   EXPECT_TRUE(KmPathMaker::ToPlatformModuleName(L"abc", out, 4)) << "exact fit";
   EXPECT_STREQ(L"abc", out);
+  EXPECT_TRUE(KmPathMaker::getFileNameWithExt(L"/long/a.b", out, 4)) << "exact fit";
+  EXPECT_STREQ(L"a.b", out);
 }
 
 TEST_F(PlatformPathTest, ExistenceChecksTellFilesFromDirectories) {

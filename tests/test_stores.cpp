@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "KmRxTestSupport.h"
+#include "KmRxTesting.h"
 #include "StoreTestSupport.h"
 
 namespace {
@@ -98,6 +99,43 @@ TEST_F(StoreTest, MalformedLinesAreReportedByFileAndLineAndSkipped) {
   EXPECT_EQ(L"say \"hi\" C:\\dir\\f and C:\\x", value(L"Good/Text"));
   EXPECT_EQ(L"13", value(L"Good/LOADCTRLS"));
   EXPECT_FALSE(ycadConfig()->isItemExist(kApps, L"Broken"));
+}
+
+// One splitter under three sets of rules: a section of the file refuses an empty name or a path
+// too deep, the registry functions pass over empty names, the configuration API refuses them.
+TEST_F(StoreTest, KeyPathsSplitByTheRulesOfEachUser) {
+  DiagnosticsRecorder diagnostics;
+  auto deep = [](int names) {
+    std::string path = "k";
+    for (int i = 1; i < names; ++i) path += "\\k";
+    return path;
+  };
+  const std::wstring file = dir.write("HKCU.reg",
+      "[A\\B]\n"                 // 1
+      "[A\\\\B2]\n"              // 2: empty name
+      "[\\A]\n"                  // 3: leading separator
+      "[A\\]\n"                  // 4: trailing separator
+      "[]\n"                     // 5
+      "[" + deep(128) + "]\n"    // 6: the deepest allowed
+      "[" + deep(129) + "]\n");  // 7
+  ASSERT_TRUE(kmStoreOpenRegistryFile(HKEY_CURRENT_USER, file.c_str()));
+  ASSERT_EQ((std::vector<int>{2, 3, 4, 5, 7}), reported(diagnostics, file));
+  EXPECT_NE(std::wstring::npos, diagnostics.messages[0].find(L"empty key name in section \"A\\\\B2\""));
+  EXPECT_NE(std::wstring::npos, diagnostics.messages[4].find(L"deeper than 128 levels"));
+  EXPECT_EQ(V{L"B"}, subkeys(HKEY_CURRENT_USER, L"\\A\\"));
+  EXPECT_EQ(V{L"k"}, subkeys(HKEY_CURRENT_USER, L"k\\\\k"));
+  const std::string narrowDeepest = deep(128);
+  const std::wstring deepest(narrowDeepest.begin(), narrowDeepest.end());
+  EXPECT_TRUE(exists(HKEY_CURRENT_USER, deepest.c_str()));
+  EXPECT_FALSE(exists(HKEY_CURRENT_USER, (deepest + L"\\k").c_str()));
+
+  openConfig(dir, "[Applications\\App\\Sub]\n\"V\"=\"x\"\n");
+  for (const wchar_t* key : {L"", L"App", L"App/Sub"})
+    EXPECT_TRUE(ycadConfig()->isItemExist(kApps, key)) << utf8(key);
+  for (const wchar_t* key : {L"/App", L"App/", L"App//Sub", L"App\\Sub"})
+    EXPECT_FALSE(ycadConfig()->isItemExist(kApps, key)) << utf8(key);
+  EXPECT_EQ(L"x", value(L"App/Sub/V"));
+  EXPECT_EQ(L"<none>", value(L"App//Sub/V"));
 }
 
 TEST_F(StoreTest, OtherRootsKeysAreRejectedAndReportsStopAfterTwenty) {

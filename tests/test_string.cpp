@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "KmCharOp.h"
-#include "KmOsTable.h"
+#include "KmRxTesting.h"
 #include "KmRxTestSupport.h"
 #include "StoreTestSupport.h"
 

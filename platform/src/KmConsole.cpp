@@ -1,5 +1,8 @@
 #include "KmConsole.h"
+#include "KmOsCalls.h"
 
-#include <unistd.h>
+namespace {
+constexpr int kStandardInput = 0;
+}
 
-bool kmIsInteractiveInput() { return ::isatty(0) != 0; }
+bool kmIsInteractiveInput() { return kmOsIsTerminal(kStandardInput) == 1; }

@@ -3,13 +3,10 @@
 
 #include <cwchar>
 
-void* _kmMalloc(std::size_t bytes) {
-  if (kmOsCallFails(KmOsCall::Alloc)) return nullptr;
-  return kmOsTable().alloc(bytes == 0 ? 1 : bytes);
-}
+void* _kmMalloc(std::size_t bytes) { return kmOsAlloc(bytes == 0 ? 1 : bytes); }
 
 void _kmFree(void* block) {
-  if (block) kmOsTable().release(block);
+  if (block) kmOsRelease(block);
 }
 
 wchar_t* _kmStrdup(const wchar_t* text) {

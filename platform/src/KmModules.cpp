@@ -24,6 +24,7 @@ constexpr unsigned short kElfSharedObject = 3;
 [[maybe_unused]] constexpr unsigned short kElfMachineAArch64 = 183;
 constexpr std::uint32_t kSegmentLoad = 1, kSegmentDynamic = 2, kSegmentInterp = 3;
 constexpr std::size_t kElfHeaderSize = 64, kProgramHeaderSize = 56, kMaxProgramHeaders = 256;
+constexpr std::size_t kPathBytes = 4096;
 
 unsigned short thisMachine() {
 #if defined(__aarch64__)
@@ -46,41 +47,36 @@ struct FileVerdict {
   bool hasInterp = false;  // it names a program interpreter: a program, not a library
 };
 
+// The file's size and its first bytes: the header and the program headers
+// that can follow it. kErrorAccessDenied when it cannot be read.
+DWORD readHead(const std::string& path, long long& size, std::vector<unsigned char>& head) {
+  size = kmOsFileSize(path.c_str());
+  void* file = size < 0 ? nullptr : kmOsOpenFile(path.c_str(), "rb");
+  if (!file) return KmKernel32::kErrorAccessDenied;
+  head.resize(kElfHeaderSize + kProgramHeaderSize * kMaxProgramHeaders);
+  const long long got = kmOsReadFile(head.data(), head.size(), file);
+  kmOsCloseFile(file);
+  if (got < 0) return KmKernel32::kErrorAccessDenied;
+  head.resize(static_cast<std::size_t>(got));
+  return 0;
+}
+
 // The loader maps segments straight from the file, so a truncated file would
 // fault inside it: every segment it will map must lie within the file.
-FileVerdict classifyFile(const std::string& path) {
-  KmOsTable& os = kmOsTable();
-  FileVerdict verdict;
-  if (!os.isRegularFile(path.c_str())) {
-    verdict.error = os.fileAccess(path.c_str(), 0) == 0 ? KmKernel32::kErrorBadExeFormat
-                                                        : KmKernel32::kErrorModNotFound;
-    return verdict;
-  }
-  const long long size = os.fileSize(path.c_str());
-  if (kmOsCallFails(KmOsCall::OpenFile)) {
-    verdict.error = KmKernel32::kErrorAccessDenied;
-    return verdict;
-  }
-  void* file = os.openFile(path.c_str(), "rb");
-  if (!file) {
-    verdict.error = KmKernel32::kErrorAccessDenied;
-    return verdict;
-  }
-  std::vector<unsigned char> head(kElfHeaderSize + kProgramHeaderSize * kMaxProgramHeaders);
-  const std::size_t got = os.readFile(head.data(), head.size(), file);
-  os.closeFile(file);
+void checkElf(const std::vector<unsigned char>& head, long long size, FileVerdict& verdict) {
+  const std::size_t got = head.size();
   verdict.error = KmKernel32::kErrorBadExeFormat;
-  if (got < kElfHeaderSize || size < static_cast<long long>(got)) return verdict;
+  if (got < kElfHeaderSize || size < static_cast<long long>(got)) return;
   const unsigned char* h = head.data();
   if (std::memcmp(h, "\x7f" "ELF", 4) != 0 || h[4] != kElfClass64 || h[5] != kElfLittleEndian ||
       readAt<std::uint16_t>(h, 16) != kElfSharedObject || readAt<std::uint16_t>(h, 18) != thisMachine())
-    return verdict;
+    return;
   const auto phoff = readAt<std::uint64_t>(h, 32);
   const auto phentsize = readAt<std::uint16_t>(h, 54);
   const auto phnum = readAt<std::uint16_t>(h, 56);
   if (phentsize != kProgramHeaderSize || phnum == 0 || phnum > kMaxProgramHeaders ||
       phoff > got || phnum * kProgramHeaderSize > got - phoff)
-    return verdict;
+    return;
   bool hasLoad = false, hasDynamic = false;
   for (std::size_t i = 0; i < phnum; ++i) {
     const unsigned char* ph = h + phoff + i * kProgramHeaderSize;
@@ -90,12 +86,27 @@ FileVerdict classifyFile(const std::string& path) {
     if (type == kSegmentInterp) verdict.hasInterp = true;
     if (type != kSegmentLoad && type != kSegmentDynamic) continue;
     if (offset > static_cast<std::uint64_t>(size) || fileSize > static_cast<std::uint64_t>(size) - offset)
-      return verdict;
+      return;
     hasLoad |= type == kSegmentLoad;
     hasDynamic |= type == kSegmentDynamic;
   }
-  if (!hasLoad || !hasDynamic) return verdict;
-  verdict.error = 0;
+  if (hasLoad && hasDynamic) verdict.error = 0;
+}
+
+FileVerdict classifyFile(const std::string& path) {
+  FileVerdict verdict;
+  const int regular = kmOsIsRegularFile(path.c_str());
+  if (regular != 1) {
+    // A file that is there but cannot be looked at is unreadable, not foreign.
+    verdict.error = kmOsFileAccess(path.c_str(), 0) != 0 ? KmKernel32::kErrorModNotFound
+                    : regular == 0                       ? KmKernel32::kErrorBadExeFormat
+                                                         : KmKernel32::kErrorAccessDenied;
+    return verdict;
+  }
+  long long size = -1;
+  std::vector<unsigned char> head;
+  verdict.error = readHead(path, size, head);
+  if (!verdict.error) checkElf(head, size, verdict);
   return verdict;
 }
 
@@ -113,7 +124,7 @@ HMODULE LoadLibraryExW(const wchar_t* fileName, void*, DWORD) {
   // A bare name is looked for in the current directory first, as the host
   // platform's loader does; otherwise the loader searches its usual places,
   // and only a path can be looked at before loading.
-  if (path.find('/') == std::string::npos && kmOsTable().isRegularFile(path.c_str()))
+  if (path.find('/') == std::string::npos && kmOsIsRegularFile(path.c_str()) == 1)
     path = "./" + path;
   const bool isPath = path.find('/') != std::string::npos;
   FileVerdict verdict;
@@ -127,15 +138,11 @@ HMODULE LoadLibraryExW(const wchar_t* fileName, void*, DWORD) {
       return nullptr;
     }
   }
-  if (kmOsCallFails(KmOsCall::OpenModule)) {
-    SetLastError(kErrorModNotFound);
-    gLastLoadError = L"module could not be opened";
-    return nullptr;
-  }
-  void* handle = kmOsTable().openModule(path.c_str(), 0);
+  const char* reason = nullptr;
+  void* handle = kmOsOpenModule(path.c_str(), &reason);
   if (!handle) {
-    const char* text = kmOsTable().moduleError();
-    gLastLoadError = text ? kmFromUtf8(text, std::strlen(text)) : L"module could not be opened";
+    gLastLoadError =
+        reason ? kmFromUtf8(reason, std::strlen(reason)) : std::wstring(L"module could not be opened");
     // A program is refused by the loader although it looks like a library.
     SetLastError(verdict.hasInterp ? kErrorBadExeFormat : kErrorModNotFound);
     return nullptr;
@@ -150,38 +157,43 @@ void* GetProcAddress(HMODULE module, const char* name) {
     SetLastError(kErrorProcNotFound);
     return nullptr;
   }
-  void* symbol = kmOsTable().findSymbol(module, name);
+  void* symbol = kmOsFindSymbol(module, name);
   if (!symbol) SetLastError(kErrorProcNotFound);
   return symbol;
 }
 
 BOOL FreeLibrary(HMODULE module) {
   if (!module) return 0;
-  return kmOsTable().closeModule(module) == 0 ? 1 : 0;
+  return kmOsCloseModule(module) == 0 ? 1 : 0;
 }
 
 HMODULE GetModuleHandleW(const wchar_t* name) {
-  KmOsTable& os = kmOsTable();
   const std::string path = name ? kmToUtf8(name) : std::string();
-  void* handle = os.openModule(name ? path.c_str() : nullptr, 1);
+  void* handle = kmOsFindModule(name ? path.c_str() : nullptr);
   // Finding it took a reference; give it back so this does not keep it loaded.
-  if (handle) os.closeModule(handle);
+  if (handle) kmOsCloseModule(handle);
   return handle;
 }
 
 HMODULE GetModuleHandleFromAddress(const void* address) {
-  const char* path = kmOsTable().addressModulePath(address);
+  const char* path = kmOsAddressModulePath(address);
   if (!path) return nullptr;
-  void* handle = kmOsTable().openModule(path, 1);
-  if (handle) kmOsTable().closeModule(handle);
+  void* handle = kmOsFindModule(path);
+  if (handle) kmOsCloseModule(handle);
   return handle;
 }
 
 DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size) {
   if (!buffer || size == 0) return 0;
   buffer[0] = 0;
-  const char* path = kmOsTable().modulePath(module);
+  const char* path = kmOsModulePath(module);
   if (!path) return 0;
+  char self[kPathBytes];
+  // The program itself has an empty name in the loader's list.
+  if (!*path) {
+    if (kmOsProgramPath(self, sizeof(self)) < 0) return 0;
+    path = self;
+  }
   const std::wstring wide = kmFromUtf8(path, std::strlen(path));
   if (wide.size() >= size) return 0;
   std::wmemcpy(buffer, wide.c_str(), wide.size() + 1);
@@ -189,8 +201,8 @@ DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size) {
 }
 
 DWORD GetCurrentDirectoryW(DWORD size, wchar_t* buffer) {
-  char path[4096];
-  if (!kmOsTable().currentDirectory(path, sizeof(path))) return 0;
+  char path[kPathBytes];
+  if (!kmOsCurrentDirectory(path, sizeof(path))) return 0;
   const std::wstring wide = kmFromUtf8(path, std::strlen(path));
   if (!buffer || wide.size() >= size) return static_cast<DWORD>(wide.size() + 1);
   std::wmemcpy(buffer, wide.c_str(), wide.size() + 1);
@@ -199,7 +211,7 @@ DWORD GetCurrentDirectoryW(DWORD size, wchar_t* buffer) {
 
 BOOL SetCurrentDirectoryW(const wchar_t* path) {
   if (!path) return 0;
-  return kmOsTable().changeDirectory(kmToUtf8(path).c_str()) == 0 ? 1 : 0;
+  return kmOsChangeDirectory(kmToUtf8(path).c_str()) == 0 ? 1 : 0;
 }
 
 DWORD GetLastError() { return gLastError; }

@@ -1,8 +1,8 @@
-// The real OS calls behind the platform layer, and the fault switches tests use.
-#include "KmOsTable.h"
-#include "KmOsCalls.h"
+// The real OS calls behind the platform layer: the one file that includes the
+// OS's own headers. Everything else reaches them through KmOsCalls.h.
+#include "KmRxTesting.h"
 
-#include <climits>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -12,22 +12,19 @@
 
 namespace {
 
-void* openModuleImpl(const char* path, int flags) {
-  return ::dlopen(path, flags == 1 ? (RTLD_NOW | RTLD_NOLOAD) : RTLD_NOW);
+void* openModuleImpl(const char* path, const char** error) {
+  void* handle = ::dlopen(path, RTLD_NOW);
+  // Read at once: any later loader call replaces the reason.
+  if (error) *error = handle ? nullptr : ::dlerror();
+  return handle;
 }
 
-const char* moduleErrorImpl() { return ::dlerror(); }
+void* findModuleImpl(const char* path) { return ::dlopen(path, RTLD_NOW | RTLD_NOLOAD); }
 
 const char* modulePathImpl(void* handle) {
   struct link_map* map = nullptr;
   if (!handle || ::dlinfo(handle, RTLD_DI_LINKMAP, &map) != 0 || !map) return nullptr;
-  if (map->l_name && map->l_name[0]) return map->l_name;
-  // The program itself has an empty name in the loader's list.
-  static char self[PATH_MAX];
-  const ssize_t n = ::readlink("/proc/self/exe", self, sizeof(self) - 1);
-  if (n <= 0) return nullptr;
-  self[n] = 0;
-  return self;
+  return map->l_name ? map->l_name : "";
 }
 
 const char* addressModulePathImpl(const void* address) {
@@ -36,9 +33,22 @@ const char* addressModulePathImpl(const void* address) {
   return info.dli_fname;
 }
 
+long programPathImpl(char* buffer, std::size_t size) {
+  if (!buffer || size < 2) return -1;
+  const ssize_t n = ::readlink("/proc/self/exe", buffer, size - 1);
+  // A result that fills the buffer may have been cut.
+  if (n <= 0 || static_cast<std::size_t>(n) >= size - 1) {
+    if (n > 0) errno = ENAMETOOLONG;
+    return -1;
+  }
+  buffer[n] = 0;
+  return static_cast<long>(n);
+}
+
 int isRegularFileImpl(const char* path) {
   struct stat st;
-  return (path && ::stat(path, &st) == 0 && S_ISREG(st.st_mode)) ? 1 : 0;
+  if (!path || ::stat(path, &st) != 0) return -1;
+  return S_ISREG(st.st_mode) ? 1 : 0;
 }
 
 long long fileSizeImpl(const char* path) {
@@ -47,50 +57,34 @@ long long fileSizeImpl(const char* path) {
 }
 
 void* openFileImpl(const char* path, const char* mode) { return std::fopen(path, mode); }
-std::size_t readFileImpl(void* buffer, std::size_t bytes, void* file) {
-  return std::fread(buffer, 1, bytes, static_cast<std::FILE*>(file));
-}
-int closeFileImpl(void* file) { return std::fclose(static_cast<std::FILE*>(file)); }
 
-const KmOsTable kDefaults = {
-    &std::malloc,       &std::free,      &openModuleImpl,        &::dlsym,
-    &::dlclose,         &moduleErrorImpl, &modulePathImpl,       &addressModulePathImpl,
-    &::access,          &isRegularFileImpl, &fileSizeImpl,       &::getcwd,
-    &::chdir,
-    &openFileImpl,      &readFileImpl,      &closeFileImpl,
+long long readFileImpl(void* buffer, std::size_t bytes, void* file) {
+  auto* stream = static_cast<std::FILE*>(file);
+  const std::size_t got = std::fread(buffer, 1, bytes, stream);
+  return got == 0 && std::ferror(stream) ? -1 : static_cast<long long>(got);
+}
+
+int closeFileImpl(void* file) { return std::fclose(static_cast<std::FILE*>(file)) == 0 ? 0 : -1; }
+
+long writeImpl(int descriptor, const void* bytes, std::size_t count) {
+  return static_cast<long>(::write(descriptor, bytes, count));
+}
+
+const char* environmentVariableImpl(const char* name) { return std::getenv(name); }
+
+// Constant: the table must be in place before any static constructor allocates.
+constexpr KmOsTable kDefaults = {
+    &std::malloc,       &std::free,
+    &openModuleImpl,    &findModuleImpl,      &::dlsym,       &::dlclose,
+    &modulePathImpl,    &addressModulePathImpl, &programPathImpl,
+    &::access,          &isRegularFileImpl,   &fileSizeImpl,  &::getcwd,
+    &::chdir,           &openFileImpl,        &readFileImpl,  &closeFileImpl,
+    &writeImpl,         &::isatty,            &environmentVariableImpl,
 };
 
 KmOsTable gTable = kDefaults;
-
-struct Counter {
-  long calls = 0;
-  long failAt = 0;  // absolute call number that fails; 0 = none
-};
-Counter gCounters[static_cast<int>(KmOsCall::Count)];
 
 }  // namespace
 
 KmOsTable& kmOsTable() { return gTable; }
 const KmOsTable& kmOsDefaults() { return kDefaults; }
-
-void kmOsReset() {
-  gTable = kDefaults;
-  for (Counter& c : gCounters) c = Counter();
-}
-
-void kmOsFailNth(KmOsCall call, long nth) {
-  Counter& c = gCounters[static_cast<int>(call)];
-  c.failAt = nth > 0 ? c.calls + nth : 0;
-}
-
-long kmOsCallCount(KmOsCall call) { return gCounters[static_cast<int>(call)].calls; }
-
-bool kmOsCallFails(KmOsCall call) {
-  Counter& c = gCounters[static_cast<int>(call)];
-  ++c.calls;
-  if (c.failAt != 0 && c.calls == c.failAt) {
-    c.failAt = 0;
-    return true;
-  }
-  return false;
-}

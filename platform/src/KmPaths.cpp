@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr std::size_t kSplitBuffer = 1024;
-
 bool isSeparator(wchar_t c) { return c == L'/' || c == L'\\'; }
 
 bool store(const std::wstring& text, wchar_t* out, std::size_t outCount) {
@@ -28,7 +26,8 @@ bool store(const std::wstring& text, wchar_t* out, std::size_t outCount) {
 
 void storeTruncated(const std::wstring& text, wchar_t* out) {
   if (!out) return;
-  const std::size_t n = text.size() < kSplitBuffer - 1 ? text.size() : kSplitBuffer - 1;
+  constexpr std::size_t kLongest = kKmTextBuffer - 1;
+  const std::size_t n = text.size() < kLongest ? text.size() : kLongest;
   std::wmemcpy(out, text.c_str(), n);
   out[n] = 0;
 }
@@ -106,6 +105,15 @@ bool KmPathMaker::getExtFileName(const wchar_t* path, wchar_t* out, std::size_t 
   return store(dot == std::wstring::npos ? std::wstring() : p.substr(dot), out, outCount);
 }
 
+bool KmPathMaker::getFileNameWithExt(const wchar_t* path, wchar_t* out, std::size_t outCount) {
+  if (!path) {
+    if (out && outCount) out[0] = 0;
+    return false;
+  }
+  const std::wstring p(path);
+  return store(p.substr(nameStart(p)), out, outCount);
+}
+
 bool KmPathMaker::ToPlatformModuleName(const wchar_t* name, wchar_t* out, std::size_t outCount) {
   if (!name) {
     if (out && outCount) out[0] = 0;
@@ -119,7 +127,7 @@ bool KmPathMaker::ToPlatformModuleName(const wchar_t* name, wchar_t* out, std::s
 
 bool KmFileSystem::isFileExisting(const wchar_t* path) {
   if (!path || !*path) return false;
-  return kmOsTable().isRegularFile(kmToUtf8(path).c_str()) == 1;
+  return kmOsIsRegularFile(kmToUtf8(path).c_str()) == 1;
 }
 
 void _wsplitpath(const wchar_t* path, wchar_t* drive, wchar_t* dir, wchar_t* fname, wchar_t* ext) {
@@ -134,5 +142,5 @@ void _wsplitpath(const wchar_t* path, wchar_t* drive, wchar_t* dir, wchar_t* fna
 
 int _waccess(const wchar_t* path, int mode) {
   if (!path) return -1;
-  return kmOsTable().fileAccess(kmToUtf8(path).c_str(), mode) == 0 ? 0 : -1;
+  return kmOsFileAccess(kmToUtf8(path).c_str(), mode) == 0 ? 0 : -1;
 }

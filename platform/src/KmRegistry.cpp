@@ -66,16 +66,8 @@ LONG RegOpenKeyExW(HKEY key, const wchar_t* subKey, DWORD, REGSAM sam, HKEY* res
   HKEY root;
   std::vector<std::wstring> path;
   if (!describe(key, root, path)) return ERROR_INVALID_HANDLE;
-  if (subKey) {
-    const std::wstring text(subKey);
-    std::size_t start = 0;
-    while (start <= text.size()) {
-      std::size_t end = text.find(L'\\', start);
-      if (end == std::wstring::npos) end = text.size();
-      if (end > start) path.push_back(text.substr(start, end - start));  // "a\\b" and "\a" pass
-      start = end + 1;
-    }
-  }
+  // Lenient: a leading, trailing or doubled separator is passed over.
+  if (subKey) kmSplitKeyPath(subKey, KmKeyPathRules{L'\\', true, 0}, path);
   if (!kmStoreRegistryRoot(root)->find(path)) return ERROR_FILE_NOT_FOUND;
   HKEY opened = new KmRegKey{root, path};
   openKeys().insert(opened);

@@ -11,7 +11,7 @@
 HMODULE loadResourceDll(const wchar_t* name) {
   if (!name || !*name) return nullptr;
   // Beside this library first: that is where the package installs them.
-  if (const char* self = kmOsTable().addressModulePath(reinterpret_cast<const void*>(&loadResourceDll))) {
+  if (const char* self = kmOsAddressModulePath(reinterpret_cast<const void*>(&loadResourceDll))) {
     std::string dir(self);
     const std::size_t slash = dir.rfind('/');
     if (slash != std::string::npos) {

@@ -110,22 +110,16 @@ void Parser::section(const std::wstring& text) {
     return;
   }
   std::vector<std::wstring> path;
-  std::size_t start = 0;
-  for (;;) {
-    const std::size_t end = inner.find(L'\\', start);
-    path.push_back(
-        inner.substr(start, end == std::wstring::npos ? std::wstring::npos : end - start));
-    if (path.back().empty()) {
+  switch (kmSplitKeyPath(inner, KmKeyPathRules{L'\\', false, kKmStoreMaxDepth}, path)) {
+    case KmKeyPathResult::kEmptyName:
       problem(L"empty key name in section \"" + inner + L"\"; skipped with its values");
       return;
-    }
-    if (path.size() > kKmStoreMaxDepth) {
+    case KmKeyPathResult::kTooDeep:
       problem(L"key path deeper than " + std::to_wstring(kKmStoreMaxDepth) +
               L" levels; skipped with its values");
       return;
-    }
-    if (end == std::wstring::npos) break;
-    start = end + 1;
+    case KmKeyPathResult::kOk:
+      break;
   }
   if (!mapPath(path)) return;
   KmStoreNode* node = &mRoot;

@@ -59,6 +59,23 @@ void KmStoreNode::setValue(const KmStoreValue& value) {
   mValueIndex.emplace(key, mValues.size() - 1);
 }
 
+KmKeyPathResult kmSplitKeyPath(const std::wstring& text, const KmKeyPathRules& rules,
+                               std::vector<std::wstring>& names) {
+  std::size_t start = 0;
+  for (;;) {
+    const std::size_t end = text.find(rules.separator, start);
+    const std::size_t stop = end == std::wstring::npos ? text.size() : end;
+    if (stop > start) {
+      names.push_back(text.substr(start, stop - start));
+      if (rules.maxNames && names.size() > rules.maxNames) return KmKeyPathResult::kTooDeep;
+    } else if (!rules.skipEmpty) {
+      return KmKeyPathResult::kEmptyName;
+    }
+    if (end == std::wstring::npos) return KmKeyPathResult::kOk;
+    start = end + 1;
+  }
+}
+
 const KmStoreNode* KmStoreNode::find(const std::vector<std::wstring>& path) const {
   const KmStoreNode* node = this;
   for (const std::wstring& name : path) {

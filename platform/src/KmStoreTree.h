@@ -51,3 +51,17 @@ private:
 
 // Whether a and b are equal without regard to ASCII case.
 bool kmStoreSameName(const std::wstring& a, const std::wstring& b);
+
+// How a key path splits into names: the file's sections and the registry
+// functions split at "\", the configuration store's API at "/".
+struct KmKeyPathRules {
+  wchar_t separator;
+  bool skipEmpty;        // empty names are dropped; otherwise one makes the path invalid
+  std::size_t maxNames;  // names may hold no more than this; 0: no limit
+};
+enum class KmKeyPathResult { kOk, kEmptyName, kTooDeep };
+
+// Appends the names of text to names, stopping at the first that breaks the
+// rules. An empty text is one empty name.
+KmKeyPathResult kmSplitKeyPath(const std::wstring& text, const KmKeyPathRules& rules,
+                               std::vector<std::wstring>& names);

@@ -1,11 +1,9 @@
-// The open stores: reading their files (through the OS table, so tests can
-// make an open fail), reporting what is wrong in them, and the environment.
+// The open stores: reading their files, reporting what is wrong in them, and
+// the environment.
 #include "KmStores.h"
 
-#include <cstdlib>
 #include <memory>
 #include <string>
-#include <unistd.h>
 
 #include "KmOsCalls.h"
 #include "KmStoreFile.h"
@@ -19,6 +17,7 @@ constexpr std::size_t kMaxFileBytes = 8u << 20;
 constexpr std::size_t kReadChunk = 64u << 10;
 // A file of garbage should not bury the terminal.
 constexpr int kMaxReportedProblems = 20;
+constexpr int kStandardError = 2;
 
 void writeToStandardError(const wchar_t* message, void*) {
   std::string line = kmToUtf8(message);
@@ -27,7 +26,7 @@ void writeToStandardError(const wchar_t* message, void*) {
   const char* p = line.data();
   std::size_t left = line.size();
   while (left > 0) {
-    const ssize_t n = ::write(STDERR_FILENO, p, left);
+    const long n = kmOsWrite(kStandardError, p, left);
     if (n <= 0) break;
     p += n;
     left -= static_cast<std::size_t>(n);
@@ -86,9 +85,8 @@ void reportProblem(void* context, int line, const std::wstring& problem) {
 // Reads path into data. False when it is missing (quietly) or cannot be read.
 bool readFile(const std::wstring& path, std::string& data, FileReport& report) {
   const std::string name = kmToUtf8(path.c_str());
-  KmOsTable& os = kmOsTable();
-  if (name.empty() || os.isRegularFile(name.c_str()) != 1) return false;
-  void* file = kmOsCallFails(KmOsCall::OpenFile) ? nullptr : os.openFile(name.c_str(), "rb");
+  if (name.empty() || kmOsIsRegularFile(name.c_str()) != 1) return false;
+  void* file = kmOsOpenFile(name.c_str(), "rb");
   if (!file) {
     report.say(0, L"cannot be opened");
     return false;
@@ -96,9 +94,15 @@ bool readFile(const std::wstring& path, std::string& data, FileReport& report) {
   data.clear();
   std::string chunk(kReadChunk, '\0');
   for (;;) {
-    const std::size_t got = os.readFile(&chunk[0], chunk.size(), file);
+    const long long got = kmOsReadFile(&chunk[0], chunk.size(), file);
+    if (got < 0) {
+      // Half a file would pass for a whole one with keys missing.
+      kmOsCloseFile(file);
+      report.say(0, L"cannot be read");
+      return false;
+    }
     if (got == 0) break;
-    data.append(chunk, 0, got);
+    data.append(chunk, 0, static_cast<std::size_t>(got));
     if (data.size() > kMaxFileBytes) {
       data.resize(kMaxFileBytes);
       // Cut at a line end so that no half line is taken for a whole one.
@@ -109,7 +113,7 @@ bool readFile(const std::wstring& path, std::string& data, FileReport& report) {
       break;
     }
   }
-  os.closeFile(file);
+  kmOsCloseFile(file);
   return true;
 }
 
@@ -163,7 +167,7 @@ bool kmStoreOpenDirectory(const wchar_t* directory) {
 
 bool kmStoreOpenFromEnvironment() {
   state().settled = true;
-  const char* dir = std::getenv("KMRX_STORE_DIR");
+  const char* dir = kmOsEnvironmentVariable("KMRX_STORE_DIR");
   if (!dir || !*dir) return false;
   return kmStoreOpenDirectory(kmFromUtf8(std::string(dir)).c_str());
 }

@@ -1,13 +1,54 @@
+// Wide text <-> UTF-8. Pure: the store parser's fuzz target builds it in.
 #include "KmUtf8.h"
 
 #include <cstdint>
+
+#include "KmUtf8Decode.h"
+
+namespace {
+constexpr wchar_t kReplacement = 0xFFFD;
+}  // namespace
+
+wchar_t kmDecodeUtf8(const unsigned char*& p, const unsigned char* end) {
+  const unsigned b0 = *p++;
+  if (b0 < 0x80) return static_cast<wchar_t>(b0);
+  int more;
+  std::uint32_t cp;
+  unsigned lo = 0x80, hi = 0xBF;  // range of the second byte
+  if (b0 >= 0xC2 && b0 <= 0xDF) {
+    more = 1;
+    cp = b0 & 0x1F;
+  } else if (b0 >= 0xE0 && b0 <= 0xEF) {
+    more = 2;
+    cp = b0 & 0x0F;
+    if (b0 == 0xE0) lo = 0xA0;  // overlong
+    if (b0 == 0xED) hi = 0x9F;  // surrogates
+  } else if (b0 >= 0xF0 && b0 <= 0xF4) {
+    more = 3;
+    cp = b0 & 0x07;
+    if (b0 == 0xF0) lo = 0x90;  // overlong
+    if (b0 == 0xF4) hi = 0x8F;  // above U+10FFFF
+  } else {
+    return kReplacement;
+  }
+  for (int i = 0; i < more; ++i) {
+    if (p == end) return kReplacement;
+    const unsigned b = *p;
+    if (b < lo || b > hi) return kReplacement;
+    ++p;
+    cp = (cp << 6) | (b & 0x3F);
+    lo = 0x80;
+    hi = 0xBF;
+  }
+  return static_cast<wchar_t>(cp);
+}
 
 std::string kmToUtf8(const wchar_t* text) {
   std::string out;
   if (!text) return out;
   for (; *text; ++text) {
     std::uint32_t c = static_cast<std::uint32_t>(*text);
-    if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = 0xFFFD;
+    if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = kReplacement;
     if (c < 0x80) {
       out += static_cast<char>(c);
     } else if (c < 0x800) {
@@ -29,34 +70,10 @@ std::string kmToUtf8(const wchar_t* text) {
 
 std::wstring kmFromUtf8(const char* text, std::size_t length) {
   std::wstring out;
+  if (!text) return out;
   const auto* p = reinterpret_cast<const unsigned char*>(text);
   const unsigned char* end = p + length;
-  while (p < end) {
-    const unsigned char b = *p;
-    int extra;
-    std::uint32_t c;
-    if (b < 0x80) { c = b; extra = 0; }
-    else if ((b & 0xE0) == 0xC0) { c = b & 0x1F; extra = 1; }
-    else if ((b & 0xF0) == 0xE0) { c = b & 0x0F; extra = 2; }
-    else if ((b & 0xF8) == 0xF0) { c = b & 0x07; extra = 3; }
-    else { out += L'\xFFFD'; ++p; continue; }
-    if (end - p < extra + 1) {  // cut short at the end
-      out += L'\xFFFD';
-      break;
-    }
-    bool ok = true;
-    for (int i = 1; i <= extra; ++i) {
-      if ((p[i] & 0xC0) != 0x80) { ok = false; break; }
-      c = (c << 6) | (p[i] & 0x3F);
-    }
-    static const std::uint32_t kMin[] = {0, 0x80, 0x800, 0x10000};
-    if (!ok || c < kMin[extra] || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
-      out += L'\xFFFD';
-      ++p;
-      continue;
-    }
-    out += static_cast<wchar_t>(c);
-    p += extra + 1;
-  }
+  out.reserve(length);
+  while (p < end) out += kmDecodeUtf8(p, end);
   return out;
 }

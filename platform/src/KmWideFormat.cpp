@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <type_traits>
 
+#include "KmUtf8Decode.h"
+
 namespace {
 
 // Beyond these a field is a mistake, not a layout; clamping keeps counts sane.
@@ -40,42 +42,6 @@ struct Field {
   enum Length { None, HH, H, L, LL, J, Z, T, BigL, W } length = None;
 };
 
-// One code point from a narrow UTF-8 string. Reads no further than the first
-// byte that cannot continue the sequence, so a terminator is never passed.
-// Each maximal invalid piece becomes one replacement character.
-wchar_t decodeUtf8(const unsigned char*& p) {
-  const unsigned b0 = *p++;
-  if (b0 < 0x80) return static_cast<wchar_t>(b0);
-  int more;
-  std::uint32_t cp;
-  unsigned lo = 0x80, hi = 0xBF;  // range of the second byte
-  if (b0 >= 0xC2 && b0 <= 0xDF) {
-    more = 1;
-    cp = b0 & 0x1F;
-  } else if (b0 >= 0xE0 && b0 <= 0xEF) {
-    more = 2;
-    cp = b0 & 0x0F;
-    if (b0 == 0xE0) lo = 0xA0;  // overlong
-    if (b0 == 0xED) hi = 0x9F;  // surrogates
-  } else if (b0 >= 0xF0 && b0 <= 0xF4) {
-    more = 3;
-    cp = b0 & 0x07;
-    if (b0 == 0xF0) lo = 0x90;  // overlong
-    if (b0 == 0xF4) hi = 0x8F;  // above U+10FFFF
-  } else {
-    return kReplacement;
-  }
-  for (int i = 0; i < more; ++i) {
-    const unsigned b = *p;
-    if (b < lo || b > hi) return kReplacement;
-    ++p;
-    cp = (cp << 6) | (b & 0x3F);
-    lo = 0x80;
-    hi = 0xBF;
-  }
-  return static_cast<wchar_t>(cp);
-}
-
 void padBefore(Sink& out, const Field& field, int len) {
   if (!field.left && field.width > len) out.repeat(L' ', field.width - len);
 }
@@ -100,10 +66,10 @@ void emitNarrow(Sink& out, const Field& field, const char* s) {
   const int limit = field.precision < 0 ? INT_MAX : field.precision;
   int len = 0;
   for (auto* p = reinterpret_cast<const unsigned char*>(s); len < limit && *p; ++len)
-    decodeUtf8(p);
+    kmDecodeUtf8(p, nullptr);
   padBefore(out, field, len);
   auto* p = reinterpret_cast<const unsigned char*>(s);
-  for (int i = 0; i < len; ++i) out.put(decodeUtf8(p));
+  for (int i = 0; i < len; ++i) out.put(kmDecodeUtf8(p, nullptr));
   padAfter(out, field, len);
 }
 
@@ -234,6 +200,110 @@ void formatPointer(Sink& out, const Field& field, va_list* ap) {
   emitNumber(out, plain, text, n, false);
 }
 
+void parseFlags(const wchar_t*& p, Field& field) {
+  for (;; ++p) {
+    if (*p == L'-') field.left = true;
+    else if (*p == L'+') field.plus = true;
+    else if (*p == L' ') field.space = true;
+    else if (*p == L'#') field.alt = true;
+    else if (*p == L'0') field.zero = true;
+    else return;
+  }
+}
+
+// Digits of a width or precision, clamped to limit.
+int parseDigits(const wchar_t*& p, int limit) {
+  int n = 0;
+  for (; *p >= L'0' && *p <= L'9'; ++p) {
+    if (n < limit) n = n * 10 + (*p - L'0');
+  }
+  return n > limit ? limit : n;
+}
+
+void parseWidth(const wchar_t*& p, Field& field, va_list* ap) {
+  if (*p != L'*') {
+    field.width = parseDigits(p, kMaxWidth);
+    return;
+  }
+  ++p;
+  const int w = va_arg(*ap, int);
+  if (w < 0) {  // a negative width argument means left-justified
+    field.left = true;
+    field.width = w < -kMaxWidth ? kMaxWidth : -w;
+  } else {
+    field.width = w > kMaxWidth ? kMaxWidth : w;
+  }
+}
+
+void parsePrecision(const wchar_t*& p, Field& field, va_list* ap) {
+  if (*p != L'.') return;
+  ++p;
+  if (*p != L'*') {
+    field.precision = parseDigits(p, kMaxPrecision);
+    return;
+  }
+  ++p;
+  const int v = va_arg(*ap, int);
+  field.precision = v < 0 ? -1 : (v > kMaxPrecision ? kMaxPrecision : v);
+}
+
+void parseLength(const wchar_t*& p, Field& field) {
+  if (p[0] == L'h' && p[1] == L'h') field.length = Field::HH, p += 2;
+  else if (p[0] == L'l' && p[1] == L'l') field.length = Field::LL, p += 2;
+  else if (*p == L'h') field.length = Field::H, ++p;
+  else if (*p == L'l') field.length = Field::L, ++p;
+  else if (*p == L'j') field.length = Field::J, ++p;
+  else if (*p == L'z') field.length = Field::Z, ++p;
+  else if (*p == L't') field.length = Field::T, ++p;
+  else if (*p == L'L') field.length = Field::BigL, ++p;
+  else if (*p == L'w') field.length = Field::W, ++p;
+}
+
+// "%s" and "%c" are wide unless sized "h"/"hh"; "%S" and "%C" are narrow
+// unless sized "l", "ll" or "w".
+bool wideArgument(const Field& field, wchar_t conv) {
+  if (conv == L's' || conv == L'c') return field.length != Field::H && field.length != Field::HH;
+  return field.length == Field::L || field.length == Field::LL || field.length == Field::W;
+}
+
+void convert(Sink& out, const Field& field, wchar_t conv, va_list* ap) {
+  Field num = field;
+  if (num.precision > kMaxNumberPrecision) num.precision = kMaxNumberPrecision;
+  switch (conv) {
+    case L's':
+    case L'S':
+      if (wideArgument(field, conv)) emitWide(out, field, va_arg(*ap, const wchar_t*));
+      else emitNarrow(out, field, va_arg(*ap, const char*));
+      break;
+    case L'c':
+    case L'C': {
+      const int v = va_arg(*ap, int);
+      const auto b = static_cast<unsigned char>(v);
+      // A narrow character is one byte: anything beyond ASCII is half a sequence.
+      emitChar(out, field, wideArgument(field, conv) ? static_cast<wchar_t>(v)
+                           : b < 0x80                ? static_cast<wchar_t>(b)
+                                                     : kReplacement);
+      break;
+    }
+    case L'd': case L'i': case L'u': case L'o': case L'x': case L'X':
+      formatInteger(out, num, conv, ap);
+      break;
+    case L'e': case L'E': case L'f': case L'F': case L'g': case L'G': case L'a': case L'A':
+      formatFloat(out, num, conv, ap);
+      break;
+    case L'p':
+      formatPointer(out, field, ap);
+      break;
+    case L'n':
+      // Writing through %n is an attack vector; the argument is only consumed.
+      (void)va_arg(*ap, void*);
+      break;
+    default:
+      out.put(conv);  // covers "%%" as well as unknown characters
+      break;
+  }
+}
+
 void format(Sink& out, const wchar_t* fmt, va_list* ap) {
   const wchar_t* p = fmt;
   while (*p) {
@@ -243,97 +313,14 @@ void format(Sink& out, const wchar_t* fmt, va_list* ap) {
     }
     ++p;
     Field field;
-    for (;; ++p) {
-      if (*p == L'-') field.left = true;
-      else if (*p == L'+') field.plus = true;
-      else if (*p == L' ') field.space = true;
-      else if (*p == L'#') field.alt = true;
-      else if (*p == L'0') field.zero = true;
-      else break;
-    }
-    if (*p == L'*') {
-      ++p;
-      const int w = va_arg(*ap, int);
-      if (w < 0) {
-        field.left = true;
-        field.width = w < -kMaxWidth ? kMaxWidth : -w;
-      } else {
-        field.width = w > kMaxWidth ? kMaxWidth : w;
-      }
-    } else {
-      for (; *p >= L'0' && *p <= L'9'; ++p) {
-        if (field.width < kMaxWidth) field.width = field.width * 10 + (*p - L'0');
-      }
-      if (field.width > kMaxWidth) field.width = kMaxWidth;
-    }
-    if (*p == L'.') {
-      ++p;
-      if (*p == L'*') {
-        ++p;
-        const int v = va_arg(*ap, int);
-        field.precision = v < 0 ? -1 : (v > kMaxPrecision ? kMaxPrecision : v);
-      } else {
-        field.precision = 0;
-        for (; *p >= L'0' && *p <= L'9'; ++p) {
-          if (field.precision < kMaxPrecision) field.precision = field.precision * 10 + (*p - L'0');
-        }
-        if (field.precision > kMaxPrecision) field.precision = kMaxPrecision;
-      }
-    }
-    if (p[0] == L'h' && p[1] == L'h') field.length = Field::HH, p += 2;
-    else if (p[0] == L'l' && p[1] == L'l') field.length = Field::LL, p += 2;
-    else if (*p == L'h') field.length = Field::H, ++p;
-    else if (*p == L'l') field.length = Field::L, ++p;
-    else if (*p == L'j') field.length = Field::J, ++p;
-    else if (*p == L'z') field.length = Field::Z, ++p;
-    else if (*p == L't') field.length = Field::T, ++p;
-    else if (*p == L'L') field.length = Field::BigL, ++p;
-    else if (*p == L'w') field.length = Field::W, ++p;
+    parseFlags(p, field);
+    parseWidth(p, field, ap);
+    parsePrecision(p, field, ap);
+    parseLength(p, field);
     const wchar_t conv = *p;
     if (!conv) break;  // a dangling '%' at the end prints nothing
     ++p;
-    const bool narrowSize = field.length == Field::H || field.length == Field::HH;
-    const bool wideSize =
-        field.length == Field::L || field.length == Field::LL || field.length == Field::W;
-    Field num = field;
-    if (num.precision > kMaxNumberPrecision) num.precision = kMaxNumberPrecision;
-    switch (conv) {
-      case L's':
-      case L'S': {
-        const bool wide = conv == L's' ? !narrowSize : wideSize;
-        if (wide) emitWide(out, field, va_arg(*ap, const wchar_t*));
-        else emitNarrow(out, field, va_arg(*ap, const char*));
-        break;
-      }
-      case L'c':
-      case L'C': {
-        const bool wide = conv == L'c' ? !narrowSize : wideSize;
-        const int v = va_arg(*ap, int);
-        if (wide) {
-          emitChar(out, field, static_cast<wchar_t>(v));
-        } else {
-          const auto b = static_cast<unsigned char>(v);
-          emitChar(out, field, b < 0x80 ? static_cast<wchar_t>(b) : kReplacement);
-        }
-        break;
-      }
-      case L'd': case L'i': case L'u': case L'o': case L'x': case L'X':
-        formatInteger(out, num, conv, ap);
-        break;
-      case L'e': case L'E': case L'f': case L'F': case L'g': case L'G': case L'a': case L'A':
-        formatFloat(out, num, conv, ap);
-        break;
-      case L'p':
-        formatPointer(out, field, ap);
-        break;
-      case L'n':
-        // Writing through %n is an attack vector; the argument is only consumed.
-        (void)va_arg(*ap, void*);
-        break;
-      default:
-        out.put(conv);  // covers "%%" as well as unknown characters
-        break;
-    }
+    convert(out, field, conv, ap);
   }
 }
 

@@ -39,22 +39,6 @@ void* makeBlock(std::int32_t type, std::uint32_t number, const std::wstring& tex
   return block;
 }
 
-// Splits "a/b/c" into its names; false when a name is empty.
-bool splitKey(const wchar_t* key, std::vector<std::wstring>& names) {
-  names.clear();
-  if (!key || !*key) return true;
-  const std::wstring text(key);
-  std::size_t start = 0;
-  for (;;) {
-    const std::size_t end = text.find(L'/', start);
-    names.push_back(
-        text.substr(start, end == std::wstring::npos ? std::wstring::npos : end - start));
-    if (names.back().empty()) return false;
-    if (end == std::wstring::npos) return true;
-    start = end + 1;
-  }
-}
-
 const KmStoreNode& emptyNode() {
   static const KmStoreNode node(L"", false);
   return node;
@@ -125,8 +109,10 @@ const wchar_t* TesselConfig::pathName(Path path) {
 const KmStoreNode* TesselConfig::item(Path path, const wchar_t* key) const {
   const wchar_t* section = pathName(path);
   if (!section) return nullptr;
+  // The empty key is the path's root; "a//b" names nothing.
   std::vector<std::wstring> names;
-  if (!splitKey(key, names)) return nullptr;
+  const KmKeyPathRules rules{L'/', false, 0};
+  if (key && *key && kmSplitKeyPath(key, rules, names) != KmKeyPathResult::kOk) return nullptr;
   // A path that the file never mentions is there, empty.
   const KmStoreNode* top = mpRoot->child(section);
   return (top ? *top : emptyNode()).find(names);
