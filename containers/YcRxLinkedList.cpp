@@ -35,33 +35,23 @@ YcRxIterator* YcRxLinkedList::newIterator() const { return new YcRxLinkedListIte
 
 YcRxLinkedNode* YcRxLinkedList::newNode() { return new YcRxLinkedNode(); }
 
-YcRxObject*& YcRxLinkedList::addTail() {
+// A new node between prev and next (either null at an end).
+YcRxObject*& YcRxLinkedList::linkNew(YcRxLinkedNode* prev, YcRxLinkedNode* next) {
   YcRxLinkedNode* node = newNode();
   if (!node) return spareCell();
-  node->prev() = mpTail;
-  if (mpTail)
-    mpTail->next() = node;
-  else
-    mpFront = node;
-  mpTail = node;
+  node->prev() = prev;
+  node->next() = next;
+  (prev ? prev->next() : mpFront) = node;
+  (next ? next->prev() : mpTail) = node;
   ++mCount;
   return node->object();
 }
+
+YcRxObject*& YcRxLinkedList::addTail() { return linkNew(mpTail, nullptr); }
 
 void YcRxLinkedList::addTail(YcRxObject* obj) { addTail() = obj; }
 
-YcRxObject*& YcRxLinkedList::addFront() {
-  YcRxLinkedNode* node = newNode();
-  if (!node) return spareCell();
-  node->next() = mpFront;
-  if (mpFront)
-    mpFront->prev() = node;
-  else
-    mpTail = node;
-  mpFront = node;
-  ++mCount;
-  return node->object();
-}
+YcRxObject*& YcRxLinkedList::addFront() { return linkNew(nullptr, mpFront); }
 
 void YcRxLinkedList::addFront(YcRxObject* obj) { addFront() = obj; }
 
@@ -88,15 +78,7 @@ YcRxObject*& YcRxLinkedList::addAfter(YcRxIterator* it) {
   if (!it || it->done()) return addTail();
   YcRxLinkedNode* at = ownNode(it);
   if (!at) return addTail();
-  if (at == mpTail) return addTail();
-  YcRxLinkedNode* node = newNode();
-  if (!node) return spareCell();
-  node->prev() = at;
-  node->next() = at->next();
-  at->next()->prev() = node;
-  at->next() = node;
-  ++mCount;
-  return node->object();
+  return linkNew(at, at->next());
 }
 
 void YcRxLinkedList::addAfter(YcRxIterator* it, YcRxObject* obj) { addAfter(it) = obj; }

@@ -61,6 +61,7 @@ public:
 
 private:
   YcRxLinkedNode* newNode();
+  YcRxObject*& linkNew(YcRxLinkedNode* prev, YcRxLinkedNode* next);
   void unlink(YcRxLinkedNode* node);
   YcRxObject* take(YcRxLinkedNode* node);
   YcRxLinkedNode* ownNode(YcRxIterator* it) const;

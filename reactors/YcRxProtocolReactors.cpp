@@ -122,8 +122,23 @@ YcRxProtocolReactorIterator* YcRxProtocolReactorListImp::newIterator() const {
 
 // --- iterators -------------------------------------------------------------------------
 
+namespace {
+
+// Both iterators walk an embedded list through a cursor of their own; the
+// list (or manager) hands out a fresh one on each start.
+template <class Source>
+YcRxIterator* freshCursor(YcRxIterator* old, const Source* source) {
+  delete old;
+  return source ? source->internalIterator() : nullptr;
+}
+bool cursorNext(YcRxIterator* cursor) { return cursor ? cursor->next() : false; }
+bool cursorDone(const YcRxIterator* cursor) { return cursor ? cursor->done() : true; }
+YcRxObject* cursorObject(const YcRxIterator* cursor) { return cursor ? cursor->object() : nullptr; }
+
+}  // namespace
+
 YcRxProtocolReactorIteratorImp::YcRxProtocolReactorIteratorImp(const YcRxProtocolReactorListImp* list)
-    : mpList(list), mpCursor(list ? list->internalIterator() : nullptr) {}
+    : mpList(list), mpCursor(freshCursor(nullptr, list)) {}
 
 YcRxProtocolReactorIteratorImp::~YcRxProtocolReactorIteratorImp() { delete mpCursor; }
 
@@ -131,34 +146,22 @@ YcRxClass* YcRxProtocolReactorIteratorImp::reactorClass() const {
   return mpList ? mpList->reactorClass() : nullptr;
 }
 
-void YcRxProtocolReactorIteratorImp::start() {
-  delete mpCursor;
-  mpCursor = mpList ? mpList->internalIterator() : nullptr;
-}
-
-bool YcRxProtocolReactorIteratorImp::next() { return mpCursor ? mpCursor->next() : false; }
-
-bool YcRxProtocolReactorIteratorImp::done() const { return mpCursor ? mpCursor->done() : true; }
-
+void YcRxProtocolReactorIteratorImp::start() { mpCursor = freshCursor(mpCursor, mpList); }
+bool YcRxProtocolReactorIteratorImp::next() { return cursorNext(mpCursor); }
+bool YcRxProtocolReactorIteratorImp::done() const { return cursorDone(mpCursor); }
 YcRxProtocolReactor* YcRxProtocolReactorIteratorImp::object() const {
-  return mpCursor ? YcRxProtocolReactor::cast(mpCursor->object()) : nullptr;
+  return YcRxProtocolReactor::cast(cursorObject(mpCursor));
 }
 
 YcRxProtocolReactorListIteratorImp::YcRxProtocolReactorListIteratorImp(
     const YcRxProtocolReactorManagerImp* manager)
-    : mpManager(manager), mpCursor(manager ? manager->internalIterator() : nullptr) {}
+    : mpManager(manager), mpCursor(freshCursor(nullptr, manager)) {}
 
 YcRxProtocolReactorListIteratorImp::~YcRxProtocolReactorListIteratorImp() { delete mpCursor; }
 
-void YcRxProtocolReactorListIteratorImp::start() {
-  delete mpCursor;
-  mpCursor = mpManager ? mpManager->internalIterator() : nullptr;
-}
-
-bool YcRxProtocolReactorListIteratorImp::next() { return mpCursor ? mpCursor->next() : false; }
-
-bool YcRxProtocolReactorListIteratorImp::done() const { return mpCursor ? mpCursor->done() : true; }
-
+void YcRxProtocolReactorListIteratorImp::start() { mpCursor = freshCursor(mpCursor, mpManager); }
+bool YcRxProtocolReactorListIteratorImp::next() { return cursorNext(mpCursor); }
+bool YcRxProtocolReactorListIteratorImp::done() const { return cursorDone(mpCursor); }
 YcRxProtocolReactorList* YcRxProtocolReactorListIteratorImp::object() const {
-  return mpCursor ? YcRxProtocolReactorList::cast(mpCursor->object()) : nullptr;
+  return YcRxProtocolReactorList::cast(cursorObject(mpCursor));
 }

@@ -24,6 +24,12 @@ bool store(const std::wstring& text, wchar_t* out, std::size_t outCount) {
   return true;
 }
 
+// An empty result where there is room, and false.
+bool emptied(wchar_t* out, std::size_t outCount) {
+  if (out && outCount) out[0] = 0;
+  return false;
+}
+
 void storeTruncated(const std::wstring& text, wchar_t* out) {
   if (!out) return;
   constexpr std::size_t kLongest = kKmTextBuffer - 1;
@@ -49,19 +55,13 @@ std::size_t extensionStart(const std::wstring& path) {
 }  // namespace
 
 bool KmPathMaker::getFullFileName(const wchar_t* path, wchar_t* out, std::size_t outCount) {
-  if (!path || !*path) {
-    if (out && outCount) out[0] = 0;
-    return false;
-  }
+  if (!path || !*path) return emptied(out, outCount);
   std::wstring full(path);
   for (wchar_t& c : full)
     if (c == L'\\') c = L'/';
   if (full[0] != L'/') {
     wchar_t cwd[4096];
-    if (!KmKernel32::GetCurrentDirectoryW(4096, cwd) || cwd[0] == 0) {
-      if (out && outCount) out[0] = 0;
-      return false;
-    }
+    if (!KmKernel32::GetCurrentDirectoryW(4096, cwd) || cwd[0] == 0) return emptied(out, outCount);
     full = std::wstring(cwd) + L"/" + full;
   }
   // Resolve "." and ".." and collapse repeated separators.
@@ -85,10 +85,7 @@ bool KmPathMaker::getFullFileName(const wchar_t* path, wchar_t* out, std::size_t
 }
 
 bool KmPathMaker::getFileName(const wchar_t* path, wchar_t* out, std::size_t outCount) {
-  if (!path) {
-    if (out && outCount) out[0] = 0;
-    return false;
-  }
+  if (!path) return emptied(out, outCount);
   const std::wstring p(path);
   const std::size_t start = nameStart(p);
   const std::size_t dot = extensionStart(p);
@@ -96,29 +93,20 @@ bool KmPathMaker::getFileName(const wchar_t* path, wchar_t* out, std::size_t out
 }
 
 bool KmPathMaker::getExtFileName(const wchar_t* path, wchar_t* out, std::size_t outCount) {
-  if (!path) {
-    if (out && outCount) out[0] = 0;
-    return false;
-  }
+  if (!path) return emptied(out, outCount);
   const std::wstring p(path);
   const std::size_t dot = extensionStart(p);
   return store(dot == std::wstring::npos ? std::wstring() : p.substr(dot), out, outCount);
 }
 
 bool KmPathMaker::getFileNameWithExt(const wchar_t* path, wchar_t* out, std::size_t outCount) {
-  if (!path) {
-    if (out && outCount) out[0] = 0;
-    return false;
-  }
+  if (!path) return emptied(out, outCount);
   const std::wstring p(path);
   return store(p.substr(nameStart(p)), out, outCount);
 }
 
 bool KmPathMaker::ToPlatformModuleName(const wchar_t* name, wchar_t* out, std::size_t outCount) {
-  if (!name) {
-    if (out && outCount) out[0] = 0;
-    return false;
-  }
+  if (!name) return emptied(out, outCount);
   std::wstring p(name);
   for (wchar_t& c : p)
     if (c == L'\\') c = L'/';
