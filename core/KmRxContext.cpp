@@ -16,9 +16,10 @@ KmRxContext* gpContext = nullptr;
 KmRxContext* kmrxContext() { return gpContext; }
 
 void kmrxStartContext() {
-  // A second start-up replaces the context as it replaces the module global;
-  // the first one stays allocated with it.
-  gpContext = new KmRxContext();
+  // A second start-up replaces the context as it replaces the module global.
+  auto* fresh = new KmRxContext();
+  fresh->mpReplaced = gpContext;
+  gpContext = fresh;
 }
 
 void kmrxEndContext() {
@@ -28,7 +29,7 @@ void kmrxEndContext() {
 
 KmRxContext::KmRxContext() : supersededRecords(0, 8), createdManagers(0, 8) {}
 
-KmRxContext::~KmRxContext() = default;
+KmRxContext::~KmRxContext() { delete mpReplaced; }
 
 KmRxModuleLedger KmRxContext::ledgerOf(KmRxModule module) const {
   KmRxModuleLedger ledger;

@@ -191,7 +191,11 @@ public:
 
 private:
   friend class KmRxRunningModuleScope;
+  friend void kmrxStartContext();
   KmRxModule mpRunningModule = nullptr;
+  // The context of a start-up this one replaced (a second start-up while
+  // running); nothing reaches it any more, it goes with this one.
+  KmRxContext* mpReplaced = nullptr;
 };
 
 // The context of the running runtime; null before start-up and after teardown.
