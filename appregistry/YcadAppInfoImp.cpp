@@ -5,28 +5,28 @@
 #include <cwchar>
 
 #include "KmCharOp.h"
+#include "KmWideText.h"
 #include "TesselConfig.h"
 #include "YcDbHostApplicationServices.h"
 #include "YcRxDictionary.h"
 #include "YcRxDynamicLinker.h"
 #include "YcRxModuleGlobal.h"
+#include "YcadRegistryInternal.h"
 #include "core/KmRxContext.h"
 
 namespace {
 
-constexpr int kBuffer = 1024;
 
 void replaceString(wchar_t*& slot, const wchar_t* text) {
   KmCharOp::release(slot);
   slot = text ? KmCharOp::clone(text) : nullptr;
 }
 
-// "app/sub" as the store spells a key below an application.
-void subKey(wchar_t (&out)[kBuffer], const wchar_t* app, const wchar_t* sub) {
-  if (std::swprintf(out, kBuffer, L"%ls/%ls", app, sub) < 0) out[kBuffer - 1] = 0;
-}
-
 }  // namespace
+
+void kmrxAppKey(wchar_t (&out)[kKmTextBuffer], const wchar_t* app, const wchar_t* sub) {
+  if (std::swprintf(out, kKmTextBuffer, L"%ls/%ls", app, sub) < 0) out[kKmTextBuffer - 1] = 0;
+}
 
 YcadAppInfoImp::YcadAppInfoImp(YcadAppInfo* owner)
     : mpOwner(owner),
@@ -62,10 +62,10 @@ void YcadAppInfoImp::setModuleName(const wchar_t* name) {
   if (!name) return;
   YcDbHostApplicationServices* services = ycdbHostApplicationServices();
   if (services && services->isURL(name)) {
-    wchar_t local[kBuffer] = {0};
-    const Ycad::ErrorStatus fetched = services->getRemoteFile(name, local, kBuffer, false);
+    wchar_t local[kKmTextBuffer] = {0};
+    const Ycad::ErrorStatus fetched = services->getRemoteFile(name, local, kKmTextBuffer, false);
     if (fetched != Ycad::eRemoteFetched && fetched != Ycad::eRemoteCached) return;
-    local[kBuffer - 1] = 0;
+    local[kKmTextBuffer - 1] = 0;
     replaceString(mpModuleName, local);
     return;
   }
@@ -103,8 +103,8 @@ YcadAppInfo::CmdStatus YcadAppInfoImp::runAppLoader() {
   if (linker && linker->loadApp(mpOwner, YcadApp::kOnAppLoader, false, true))
     return YcadAppInfo::kModuleLoaded;
   if (YcDbHostApplicationServices* services = ycdbHostApplicationServices()) {
-    wchar_t found[kBuffer] = {0};
-    if (services->findFile(found, kBuffer, mpModuleName, nullptr,
+    wchar_t found[kKmTextBuffer] = {0};
+    if (services->findFile(found, kKmTextBuffer, mpModuleName, nullptr,
                            YcDbHostApplicationServices::kModuleFile) != Ycad::eOk)
       return YcadAppInfo::kModuleNotFound;
   }
@@ -119,24 +119,24 @@ Ycad::ErrorStatus YcadAppInfoImp::readFromRegistry() {
   }
   if (!config->isItemExist(TesselConfig::kApplications, mpAppName)) return Ycad::eKeyNotFound;
 
-  wchar_t key[kBuffer];
+  wchar_t key[kKmTextBuffer];
   mLoadReason = YcadApp::kNoReason;
   YcadVariant reasons;
-  subKey(key, mpAppName, L"LOADCTRLS");
+  kmrxAppKey(key, mpAppName, L"LOADCTRLS");
   if (config->readValue(TesselConfig::kApplications, key, reasons))
     mLoadReason = static_cast<YcadApp::LoadReasons>(reasons.getDWord());
 
   YcadVariant loader;
-  subKey(key, mpAppName, L"LOADER");
+  kmrxAppKey(key, mpAppName, L"LOADER");
   if (config->readValue(TesselConfig::kApplications, key, loader)) {
-    wchar_t stored[kBuffer];
-    std::wcsncpy(stored, loader.getString(), kBuffer - 1);
-    stored[kBuffer - 1] = 0;
-    wchar_t found[kBuffer] = {0};
+    wchar_t stored[kKmTextBuffer];
+    std::wcsncpy(stored, loader.getString(), kKmTextBuffer - 1);
+    stored[kKmTextBuffer - 1] = 0;
+    wchar_t found[kKmTextBuffer] = {0};
     YcDbHostApplicationServices* services = ycdbHostApplicationServices();
-    if (services && services->findFile(found, kBuffer, stored, nullptr,
+    if (services && services->findFile(found, kKmTextBuffer, stored, nullptr,
                                        YcDbHostApplicationServices::kModuleFile) == Ycad::eOk) {
-      found[kBuffer - 1] = 0;
+      found[kKmTextBuffer - 1] = 0;
       setModuleName(found);
     } else {
       setModuleName(stored);
@@ -144,7 +144,7 @@ Ycad::ErrorStatus YcadAppInfoImp::readFromRegistry() {
   }
 
   YcadVariant description;
-  subKey(key, mpAppName, L"DESCRIPTION");
+  kmrxAppKey(key, mpAppName, L"DESCRIPTION");
   if (config->readValue(TesselConfig::kApplications, key, description))
     setAppDesc(description.getString());
 

@@ -5,6 +5,7 @@
 #include <cwchar>
 
 #include "KmCharOp.h"
+#include "KmWideText.h"
 #include "TesselConfig.h"
 #include "YcRxClass.h"
 #include "YcRxDictionary.h"
@@ -14,6 +15,7 @@
 #include "YcadRegisterYrxInfo.h"
 #include "YcadRegisterYrxStack.h"
 #include "YcadYrxRegCmdGroup.h"
+#include "YcadRegistryInternal.h"
 #include "YcadYrxRegCommand.h"
 #include "core/KmRxContext.h"
 
@@ -21,18 +23,13 @@ YcadRegisterYrxStack* g_pRegYrxList = nullptr;
 
 namespace {
 
-constexpr int kBuffer = 1024;
 constexpr TesselConfig::Path kApps = TesselConfig::kApplications;
-
-void subKey(wchar_t (&out)[kBuffer], const wchar_t* app, const wchar_t* sub) {
-  if (std::swprintf(out, kBuffer, L"%ls/%ls", app, sub) < 0) out[kBuffer - 1] = 0;
-}
 
 // Reads one application's entry; null when it is incomplete or unreadable.
 YcadRegisterYrxInfo* readApplication(TesselConfig* config, const wchar_t* name) {
-  wchar_t groupsKey[kBuffer], commandsKey[kBuffer];
-  subKey(groupsKey, name, L"Groups");
-  subKey(commandsKey, name, L"Commands");
+  wchar_t groupsKey[kKmTextBuffer], commandsKey[kKmTextBuffer];
+  kmrxAppKey(groupsKey, name, L"Groups");
+  kmrxAppKey(commandsKey, name, L"Commands");
   if (!config->isItemExist(kApps, groupsKey) || !config->isItemExist(kApps, commandsKey))
     return nullptr;
   auto* info = new YcadRegisterYrxInfo(name, L" ", L" ", YcadApp::kOnLoadRequest, nullptr);
@@ -45,19 +42,19 @@ YcadRegisterYrxInfo* readApplication(TesselConfig* config, const wchar_t* name) 
 
 // The first value key under "Groups" names the one group; the rest are ignored.
 YcadYrxRegCmdGroup* readGroup(TesselConfig* config, const wchar_t* name) {
-  wchar_t key[kBuffer], groupName[kBuffer];
-  subKey(key, name, L"Groups");
+  wchar_t key[kKmTextBuffer], groupName[kKmTextBuffer];
+  kmrxAppKey(key, name, L"Groups");
   TesselConfigValueIterator* groups = config->newValueIterator(kApps, key);
-  const bool named = groups && groups->readKey(groupName, kBuffer);
+  const bool named = groups && groups->readKey(groupName, kKmTextBuffer);
   delete groups;
   if (!named) return nullptr;
   auto* group = new YcadYrxRegCmdGroup(groupName);
-  subKey(key, name, L"Commands");
+  kmrxAppKey(key, name, L"Commands");
   if (TesselConfigValueIterator* commands = config->newValueIterator(kApps, key)) {
     for (; !commands->done(); commands->next()) {
-      wchar_t globalName[kBuffer];
+      wchar_t globalName[kKmTextBuffer];
       YcadVariant localName;
-      if (commands->readKey(globalName, kBuffer) && commands->readValue(localName))
+      if (commands->readKey(globalName, kKmTextBuffer) && commands->readValue(localName))
         group->insertCommand(new YcadYrxRegCommand(globalName, localName.getString()));
     }
     delete commands;
@@ -74,8 +71,8 @@ bool getYrxAppInfoListFromRegister(YcArray<YcadRegisterYrxInfo*>& list) {
   TesselConfigItemIterator* items = config->newItemIterator(kApps, L"");
   if (!items) return false;
   for (; !items->done(); items->next()) {
-    wchar_t name[kBuffer];
-    if (!items->readName(name, kBuffer) || !*name) continue;
+    wchar_t name[kKmTextBuffer];
+    if (!items->readName(name, kKmTextBuffer) || !*name) continue;
     YcadRegisterYrxInfo* info = readApplication(config, name);
     if (!info) continue;
     list.append(info);

@@ -1,9 +1,12 @@
 // Internal helpers of the demand-load registry.
 #pragma once
+#include "KmWideText.h"
 #include "YcRxGenericCollection.h"
 #include "YcRxIterator.h"
 #include "core/YcRxInternal.h"
 
+// "app/sub": the store's key of sub below application app.
+void kmrxAppKey(wchar_t (&out)[kKmTextBuffer], const wchar_t* app, const wchar_t* sub);
 // A new list from the kernel services ("ServiceDictionary" / "KernelServices").
 YcRxGenericCollection* kmrxNewRegistryList();
 // Deletes every object of list, then empties the list.

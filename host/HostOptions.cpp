@@ -128,8 +128,8 @@ void applyDefaults(HostOptions& options, bool demo) {
 }
 
 void makeAbsolute(std::wstring& path) {
-  wchar_t full[1024];
-  if (!path.empty() && KmPathMaker::getFullFileName(path.c_str(), full, 1024)) path = full;
+  wchar_t full[kKmTextBuffer];
+  if (!path.empty() && KmPathMaker::getFullFileName(path.c_str(), full, kKmTextBuffer)) path = full;
 }
 
 // The host changes directory to read the list file, so every path is made

@@ -45,9 +45,9 @@ Ycad::ErrorStatus HostServices::findFile(wchar_t* out, int outLength, const wcha
   for (const std::wstring& dir : mModulePath) {
     const std::wstring candidate = dir + L"/" + name;
     if (!KmFileSystem::isFileExisting(candidate.c_str())) continue;
-    wchar_t full[1024];
+    wchar_t full[kKmTextBuffer];
     const std::wstring found =
-        KmPathMaker::getFullFileName(candidate.c_str(), full, 1024) ? std::wstring(full) : candidate;
+        KmPathMaker::getFullFileName(candidate.c_str(), full, kKmTextBuffer) ? std::wstring(full) : candidate;
     return copyOut(found, out, outLength) ? Ycad::eOk : Ycad::eInvalidInput;
   }
   return Ycad::eKeyNotFound;

@@ -132,8 +132,8 @@ void HostShell::help(const std::wstring& topic) {
 
 void HostShell::load(const std::wstring& name) {
   if (name.empty()) return print(L"usage: load <module>");
-  wchar_t found[1024];
-  if (mServices.findFile(found, 1024, name.c_str(), nullptr, YcDbHostApplicationServices::kModuleFile) !=
+  wchar_t found[kKmTextBuffer];
+  if (mServices.findFile(found, kKmTextBuffer, name.c_str(), nullptr, YcDbHostApplicationServices::kModuleFile) !=
       Ycad::eOk) {
     std::wstring dirs;
     for (const std::wstring& dir : mServices.modulePath()) dirs += L" " + dir;
@@ -141,9 +141,9 @@ void HostShell::load(const std::wstring& name) {
   }
   // A second load would make a second record for the same module.
   if (ycrxAppIsLoaded(found)) {
-    wchar_t format[1024], text[1024];
-    KmRxGetResString(KmRxMsg::kAlreadyLoaded, format, 1024);
-    kmSwprintf(text, 1024, format, found);
+    wchar_t format[kKmTextBuffer], text[kKmTextBuffer];
+    KmRxGetResString(KmRxMsg::kAlreadyLoaded, format, kKmTextBuffer);
+    kmSwprintf(text, kKmTextBuffer, format, found);
     return print(text);
   }
   if (ycrxLoadModule(name.c_str(), true, true)) return;
@@ -160,9 +160,9 @@ bool HostShell::releaseModule(const std::wstring& fileName) {
 
 void HostShell::unload(const std::wstring& name) {
   if (name.empty()) return print(L"usage: unload <module>");
-  wchar_t found[1024];
+  wchar_t found[kKmTextBuffer];
   std::wstring fileName = name;
-  if (mServices.findFile(found, 1024, name.c_str(), nullptr, YcDbHostApplicationServices::kModuleFile) ==
+  if (mServices.findFile(found, kKmTextBuffer, name.c_str(), nullptr, YcDbHostApplicationServices::kModuleFile) ==
       Ycad::eOk)
     fileName = found;
   YcRxDynLoadModuleProxy* record = linker()->findRxModuleProxyByModuleName(fileName.c_str(), false);
@@ -196,8 +196,8 @@ void HostShell::listModules() {
   print(L"module            refs  locked  MDI  application   loaded for");
   for (int i = 0; i < modules.length(); ++i) {
     const YcRxDynLoadModuleProxy* m = modules[i];
-    wchar_t row[1024];
-    std::swprintf(row, 1024, L"%-17ls %4d  %-6ls  %-3ls  %-13ls %ls", baseName(m->fileName()).c_str(),
+    wchar_t row[kKmTextBuffer];
+    std::swprintf(row, kKmTextBuffer, L"%-17ls %4d  %-6ls  %-3ls  %-13ls %ls", baseName(m->fileName()).c_str(),
                   m->moduleRefCount(), m->isLocked() ? L"yes" : L"no", m->isMDIAware() ? L"yes" : L"no",
                   m->appName() ? m->appName() : L"-", reasons(m->loadReason()).c_str());
     print(row);
@@ -211,8 +211,8 @@ void HostShell::listServices() {
   for (; !it->done(); it->next()) {
     YcRxService* service = YcRxService::cast(it->object());
     const auto* module = service ? YcRxDynLoadModuleProxy::cast(service->getSysInfo()) : nullptr;
-    wchar_t row[1024];
-    std::swprintf(row, 1024, L"%-26ls %-37ls %ls", it->key(),
+    wchar_t row[kKmTextBuffer];
+    std::swprintf(row, kKmTextBuffer, L"%-26ls %-37ls %ls", it->key(),
                   it->object() && it->object()->isA() ? it->object()->isA()->name() : L"?",
                   module ? baseName(module->fileName()).c_str() : L"-");
     print(row);

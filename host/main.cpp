@@ -36,8 +36,8 @@ void loadListedModules(const std::wstring& listFile) {
   if (narrow(name).size() > 7)
     HostServices::print(L"yrxhost: the listed-modules file name " + name +
                         L" is longer than 7 bytes, which the list reader cannot open; rename it.");
-  wchar_t saved[1024];
-  KmKernel32::GetCurrentDirectoryW(1024, saved);
+  wchar_t saved[kKmTextBuffer];
+  KmKernel32::GetCurrentDirectoryW(kKmTextBuffer, saved);
   KmKernel32::SetCurrentDirectoryW(dir.c_str());
   // Also loads the start-up applications of the registry, first.
   if (!linker()->initListedModules(name.c_str()))

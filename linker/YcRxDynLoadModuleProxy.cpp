@@ -9,6 +9,7 @@
 #include "KmHeap.h"
 #include "KmKernel32.h"
 #include "KmPathMaker.h"
+#include "KmWideText.h"
 #include "YcDbHostApplicationServices.h"
 #include "YcRxDictionary.h"
 #include "YcRxDynamicLinkerImp.h"
@@ -18,10 +19,6 @@
 #include "core/YcRxInternal.h"
 
 YCRX_DEFINE_MEMBERS(YcRxDynLoadModuleProxy, L"AcRxGenHand", L"AcRxObject")
-
-namespace {
-constexpr int kPathBuffer = 1024;
-}
 
 // Plain updates with differing return conventions (new value here, the old
 // one from Increment and Decrement); modules rely on them.
@@ -85,13 +82,13 @@ void YcRxDynLoadModuleProxy::setAppName(const wchar_t* name) {
 unsigned int YcRxDynLoadModuleProxy::loadModule() {
   if (mpHandle) return 0;
   if (!mpFileName || !*mpFileName) return 0xFFFFFFFFu;
-  wchar_t drive[kPathBuffer], dir[kPathBuffer], base[kPathBuffer], ext[kPathBuffer];
+  wchar_t drive[kKmTextBuffer], dir[kKmTextBuffer], base[kKmTextBuffer], ext[kKmTextBuffer];
   _wsplitpath(mpFileName, drive, dir, base, ext);
-  wchar_t saved[kPathBuffer] = {0};
-  wchar_t moduleDir[2 * kPathBuffer] = {0};
+  wchar_t saved[kKmTextBuffer] = {0};
+  wchar_t moduleDir[2 * kKmTextBuffer] = {0};
   const bool switchDir = drive[0] != 0 && dir[0] != 0;
   if (switchDir) {
-    KmKernel32::GetCurrentDirectoryW(kPathBuffer, saved);
+    KmKernel32::GetCurrentDirectoryW(kKmTextBuffer, saved);
     std::wcscpy(moduleDir, drive);
     std::wcscat(moduleDir, dir);
   }
@@ -185,8 +182,8 @@ void* YcRxDynLoadModuleProxy::getHRXModuleByName(const wchar_t* name) {
 
 bool YcRxDynLoadModuleProxy::getModuleFileNameByHRXModule(void* handle, YcRxString& out) {
   if (!handle) return false;
-  wchar_t* buffer = out.getBuffer(kPathBuffer);
-  const bool found = buffer && KmKernel32::GetModuleFileNameW(handle, buffer, kPathBuffer) != 0;
+  wchar_t* buffer = out.getBuffer(kKmTextBuffer);
+  const bool found = buffer && KmKernel32::GetModuleFileNameW(handle, buffer, kKmTextBuffer) != 0;
   out.releaseBuffer(found ? -1 : 0);
   return found;
 }

@@ -29,13 +29,12 @@ YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::spMySelf = nullptr;
 
 namespace {
 
-constexpr int kBuffer = 1024;
 constexpr unsigned kApiMajor = KMRX_API_VERSION_MAJOR;
 constexpr unsigned kApiMinor = KMRX_API_VERSION_MINOR;
 
 std::wstring fullPath(const wchar_t* path) {
-  wchar_t full[kBuffer];
-  return KmPathMaker::getFullFileName(path, full, kBuffer) ? std::wstring(full) : std::wstring(path);
+  wchar_t full[kKmTextBuffer];
+  return KmPathMaker::getFullFileName(path, full, kKmTextBuffer) ? std::wstring(full) : std::wstring(path);
 }
 
 }  // namespace
@@ -45,10 +44,10 @@ std::wstring fullPath(const wchar_t* path) {
 void kmrxShowMessage(int id, const wchar_t* arg, const wchar_t* detail) {
   YcDbHostApplicationServices* services = ycdbHostApplicationServices();
   if (!services) return;
-  wchar_t format[kBuffer];
-  KmRxGetResString(id, format, kBuffer);
-  wchar_t text[kBuffer];
-  if (kmSwprintf(text, kBuffer, format, arg ? arg : L"") < 0) text[kBuffer - 1] = 0;
+  wchar_t format[kKmTextBuffer];
+  KmRxGetResString(id, format, kKmTextBuffer);
+  wchar_t text[kKmTextBuffer];
+  if (kmSwprintf(text, kKmTextBuffer, format, arg ? arg : L"") < 0) text[kKmTextBuffer - 1] = 0;
   std::wstring shown(text);
   if (detail && *detail) shown += std::wstring(L": ") + detail;
   services->displayString(shown.c_str(), static_cast<int>(shown.size()));
@@ -58,15 +57,15 @@ void kmrxLogLine(const wchar_t* format, const wchar_t* fileName) {
   YcadHostApplication* app = kmrxHostApp();
   YcadHostLog* log = app ? app->logObject() : nullptr;
   if (!log) return;
-  wchar_t text[kBuffer];
-  if (kmSwprintf(text, kBuffer, format, fileName ? fileName : L"") < 0) text[kBuffer - 1] = 0;
+  wchar_t text[kKmTextBuffer];
+  if (kmSwprintf(text, kKmTextBuffer, format, fileName ? fileName : L"") < 0) text[kKmTextBuffer - 1] = 0;
   log->log(text, 0, 0, 0);
 }
 
 std::wstring kmrxModuleKey(const wchar_t* path) {
-  wchar_t full[kBuffer], key[kBuffer];
-  if (!KmPathMaker::getFullFileName(path, full, kBuffer)) return std::wstring(path ? path : L"");
-  if (!KmPathMaker::ToPlatformModuleName(full, key, kBuffer)) return std::wstring(full);
+  wchar_t full[kKmTextBuffer], key[kKmTextBuffer];
+  if (!KmPathMaker::getFullFileName(path, full, kKmTextBuffer)) return std::wstring(path ? path : L"");
+  if (!KmPathMaker::ToPlatformModuleName(full, key, kKmTextBuffer)) return std::wstring(full);
   return std::wstring(key);
 }
 
@@ -74,8 +73,8 @@ bool KmRxGetResString(int id, wchar_t* buffer, int length) {
   if (!buffer || length <= 0) return false;
   HMODULE module = KmKernel32::GetModuleHandleW(L"KmRxRes.dll");
   if (!module) module = loadResourceDll(L"KmRxRes.dll");
-  wchar_t text[kBuffer] = {0};
-  if (module) LoadStringW(module, static_cast<unsigned>(id), text, kBuffer);
+  wchar_t text[kKmTextBuffer] = {0};
+  if (module) LoadStringW(module, static_cast<unsigned>(id), text, kKmTextBuffer);
   const int n = static_cast<int>(std::wcslen(text));
   if (n >= length) {
     std::wmemcpy(buffer, text, static_cast<size_t>(length - 1));
@@ -138,9 +137,9 @@ bool YcRxDynamicLinkerImp::handleRemoteURL(YcRxString& out, const wchar_t* name)
     out = name;
     return true;
   }
-  wchar_t* buffer = out.getBuffer(kBuffer);
+  wchar_t* buffer = out.getBuffer(kKmTextBuffer);
   const Ycad::ErrorStatus status =
-      buffer ? services->getRemoteFile(name, buffer, kBuffer, false) : Ycad::eOutOfMemory;
+      buffer ? services->getRemoteFile(name, buffer, kKmTextBuffer, false) : Ycad::eOutOfMemory;
   out.releaseBuffer(-1);
   return status == Ycad::eRemoteFetched || status == Ycad::eRemoteCached;
 }
@@ -183,11 +182,11 @@ bool YcRxDynamicLinkerImp::loadModule(const wchar_t* name, bool printIt, bool as
     kmrxFatal(L"Cannot get host application service object!");
     return false;
   }
-  wchar_t* buffer = local.getBuffer(kBuffer);
+  wchar_t* buffer = local.getBuffer(kKmTextBuffer);
   if (!buffer) return false;
   const Ycad::ErrorStatus found =
-      services->findFile(buffer, kBuffer, name, nullptr, YcDbHostApplicationServices::kModuleFile);
-  buffer[kBuffer - 1] = 0;
+      services->findFile(buffer, kKmTextBuffer, name, nullptr, YcDbHostApplicationServices::kModuleFile);
+  buffer[kKmTextBuffer - 1] = 0;
   local.releaseBuffer(-1);
   if (found != Ycad::eOk) return false;
 

@@ -143,9 +143,9 @@ bool YcRxDynamicLinkerImp::sendMessageToApp(const wchar_t* fileName, YcRx::AppMs
   for (; !it->done() && !target; it->next()) {
     auto* record = static_cast<YcRxDynLoadModuleProxy*>(it->object());
     if (!record || !record->fileName()) continue;
-    wchar_t full[1024];
+    wchar_t full[kKmTextBuffer];
     if (kmrxSameNameNoCase(record->fileName(), fileName) ||
-        (KmPathMaker::getFullFileName(record->fileName(), full, 1024) && kmrxSameNameNoCase(full, fileName)))
+        (KmPathMaker::getFullFileName(record->fileName(), full, kKmTextBuffer) && kmrxSameNameNoCase(full, fileName)))
       target = record;
   }
   delete it;

@@ -7,6 +7,7 @@
 
 #include "KmKernel32.h"
 #include "KmRegistry.h"
+#include "KmWideText.h"
 #include "YcDbHostApplicationServices.h"
 #include "YcRxDynLoadModuleProxy.h"
 #include "YcRxModuleFunctions.h"
@@ -18,7 +19,6 @@
 
 namespace {
 
-constexpr int kBuffer = 1024;
 
 typedef int (*LoadManagedDllFunc)(const wchar_t* moduleName);
 
@@ -101,11 +101,11 @@ bool YcRxDynamicLinkerImp::initListedModules(const wchar_t* listFile) {
     return false;
   }
   if (!listFile || !*listFile) return false;
-  wchar_t found[kBuffer] = {0};
-  if (services->findFile(found, kBuffer, listFile, nullptr,
+  wchar_t found[kKmTextBuffer] = {0};
+  if (services->findFile(found, kKmTextBuffer, listFile, nullptr,
                          YcDbHostApplicationServices::kModuleFile) != Ycad::eOk)
     return false;
-  found[kBuffer - 1] = 0;
+  found[kKmTextBuffer - 1] = 0;
   YcadTextFileReader reader;
   if (!reader.open(found)) return false;
 
@@ -114,8 +114,8 @@ bool YcRxDynamicLinkerImp::initListedModules(const wchar_t* listFile) {
   const wchar_t empty[] = L"";
   const wchar_t lineComment[] = L"//";
   while (!reader.isEOF()) {
-    wchar_t entry[kBuffer];
-    if (!reader.skipSpecial(entry, kBuffer, 1u, comment, 1u, empty, 2u, lineComment, 0u)) continue;
+    wchar_t entry[kKmTextBuffer];
+    if (!reader.skipSpecial(entry, kKmTextBuffer, 1u, comment, 1u, empty, 2u, lineComment, 0u)) continue;
     if (reader.lastLineCut()) {
       // A cut name would load the wrong file or none: tell the user and the log instead.
       kmrxShowMessage(KmRxMsg::kLoadFailed, entry, L"the list file's line is longer than 1023 characters");
@@ -123,13 +123,13 @@ bool YcRxDynamicLinkerImp::initListedModules(const wchar_t* listFile) {
       result = false;
       continue;
     }
-    wchar_t path[kBuffer] = {0};
-    if (services->findFile(path, kBuffer, entry, nullptr,
+    wchar_t path[kKmTextBuffer] = {0};
+    if (services->findFile(path, kKmTextBuffer, entry, nullptr,
                            YcDbHostApplicationServices::kModuleFile) != Ycad::eOk) {
       result = false;
       continue;
     }
-    path[kBuffer - 1] = 0;
+    path[kKmTextBuffer - 1] = 0;
     try {
       loadModule(path, true, true);
     } catch (KmErrorStatus* error) {  // what the array template throws
