@@ -7,7 +7,7 @@
 #include "KmCharOp.h"
 #include "KmWideText.h"
 #include "TesselConfig.h"
-#include "YcRxClass.h"
+#include "YcRxClassImp.h"
 #include "YcRxDictionary.h"
 #include "YcRxDynamicLinkerImp.h"
 #include "YcRxIterator.h"
@@ -90,7 +90,9 @@ bool initDemandLoadYrxList() {
   YcRxDictionary* classes = kmrxRegisteredClassDictionary();
   if (classes && !classes->at(L"AcadAppInfo")) {
     YcadAppInfo::rxInit();
-    ycrxBuildClassHierarchy();
+    // Only this class is linked: a full build would report every class still
+    // waiting for its parent.
+    YcRxClassImp::initializeHierarchy(YcadAppInfo::desc(), classes);
   }
   g_pRegYrxList = new YcadRegisterYrxStack();
   g_pRegYrxList->initFromBuildinYrx();

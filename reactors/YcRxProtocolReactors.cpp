@@ -32,9 +32,13 @@ YCRX_DEFINE_MEMBERS(YcRxProtocolReactorManagerFactoryImp, L"YcRxProtocolReactorM
 YcRxProtocolReactorManagerFactoryImp::~YcRxProtocolReactorManagerFactoryImp() {
   KmRxContext* context = kmrxContext();
   if (!context) return;
+  // Each leaves the list before it goes, so its destructor finds nothing to take off.
   YcArray<YcRxProtocolReactorManagerImp*>& managers = context->createdManagers;
-  for (int i = 0; i < managers.length(); ++i) delete managers[i];
-  managers.setLogicalLength(0);
+  while (!managers.isEmpty()) {
+    YcRxProtocolReactorManagerImp* manager = managers.last();
+    managers.removeLast();
+    delete manager;
+  }
 }
 
 YcRxProtocolReactorManager* YcRxProtocolReactorManagerFactoryImp::createReactorManager(
@@ -57,7 +61,12 @@ YcRxProtocolReactorManager* YcRxProtocolReactorManagerFactoryImp::createReactorM
 
 YcRxProtocolReactorManagerImp::YcRxProtocolReactorManagerImp() = default;
 
-YcRxProtocolReactorManagerImp::~YcRxProtocolReactorManagerImp() { clearAllList(); }
+YcRxProtocolReactorManagerImp::~YcRxProtocolReactorManagerImp() {
+  // A manager its class gave back (delX) and its caller deleted is not the
+  // factory's to delete again.
+  if (KmRxContext* context = kmrxContext()) context->createdManagers.remove(this);
+  clearAllList();
+}
 
 YcRxProtocolReactorList* YcRxProtocolReactorManagerImp::createReactorList(YcRxClass* reactorClass) {
   if (!reactorClass) return nullptr;

@@ -139,4 +139,22 @@ TEST_F(DemandLoadTest, GroupCountIsNotLoweredByCommandsTakenAway) {
   EXPECT_EQ(0, group.count());
 }
 
+TEST_F(DemandLoadTest, BuildingReportsNothingAndLeavesWaitingClassesWaiting) {
+  KMRX_EXPECT_IN_CHILD({
+    // The application-info class is registered afresh by the build.
+    if (YcRxClass* registered = YcRxClass::cast(ycrxInternalGetClassDic()->at(L"AcadAppInfo"))) {
+      deleteYcRxClass(registered);
+      YcRxClassImp::destroyDoomedRxClasses(false);
+    }
+    YcRxClass* orphan = newYcRxClass(L"WaitsForItsParent", L"NotRegisteredYet");
+    clearFatalMessages();
+    openConfig(dir, kStore);
+    EXPECT_TRUE(initDemandLoadYrxList());
+    EXPECT_EQ(std::vector<std::wstring>{}, fatalMessages());
+    EXPECT_NE(nullptr, YcadAppInfo::desc()->myParent()) << "the record's class is linked";
+    EXPECT_EQ(nullptr, orphan->myParent());
+    uninitDemandLoadYrxList();
+  });
+}
+
 }  // namespace

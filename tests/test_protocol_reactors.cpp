@@ -137,4 +137,14 @@ TEST_F(ProtocolReactorTest, ReactorsOfTheListsClassOrBelowStandOnceInFirstAddedO
   if (deaths == gReactorDeaths) delete b;
 }
 
+TEST_F(ProtocolReactorTest, AManagerItsClassGaveBackAndItsCallerDeletedIsNotDeletedAgain) {
+  YcRxClass* cls = makeHostClass(L"PrGivenBack");
+  KMRX_EXPECT_IN_CHILD({
+    YcRxObject* manager = mpFactory->createReactorManager(cls);
+    EXPECT_EQ(manager, cls->delX(YcRxProtocolReactorManager::desc()));
+    delete manager;
+    UninitializeYcRxSystem();  // the factory goes here and must not delete it again
+  });
+}
+
 }  // namespace
