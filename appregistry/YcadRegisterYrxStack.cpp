@@ -1,6 +1,9 @@
 // The registry object: its records, newest first, and filling it from the store.
 #include "YcadRegisterYrxStack.h"
 
+#include <string>
+#include <unordered_map>
+
 #include "YcRxGenericCollection.h"
 #include "YcRxIterator.h"
 #include "YcadDemandLoad.h"
@@ -19,18 +22,39 @@ YcadRegisterYrxStack::~YcadRegisterYrxStack() {
 
 void YcadRegisterYrxStack::initFromBuildinYrx() {}
 
+namespace {
+
+std::wstring foldedName(const wchar_t* name) {
+  std::wstring folded;
+  for (const wchar_t* p = name ? name : L""; *p; ++p) folded += static_cast<wchar_t>(kmrxFoldCase(*p));
+  return folded;
+}
+
+}  // namespace
+
 void YcadRegisterYrxStack::initFromRegister() {
   YcArray<YcadRegisterYrxInfo*> found(0, 8);
   if (!getYrxAppInfoListFromRegister(found)) return;
-  while (!found.isEmpty()) {
-    YcadRegisterYrxInfo* info = found.first();
-    if (YcadRegisterYrxInfo* held = findYrxInfoWithAppName(info->appName())) {
-      held->combineYrxInfo(info);
+  // The records by folded name, so that each new one finds its namesake at
+  // once: the merge is what a walk of the list from the front would give,
+  // since a name is held at most once.
+  std::unordered_map<std::wstring, YcadRegisterYrxInfo*> byName;
+  YcRxIterator* held = mpInfos->newIterator();
+  for (; !held->done(); held->next()) {
+    auto* info = static_cast<YcadRegisterYrxInfo*>(held->object());
+    byName.emplace(foldedName(info->appName()), info);
+  }
+  delete held;
+  for (int i = 0; i < found.length(); ++i) {
+    YcadRegisterYrxInfo* info = found[i];
+    auto namesake = byName.find(foldedName(info->appName()));
+    if (namesake != byName.end()) {
+      namesake->second->combineYrxInfo(info);
       delete info;
     } else {
       insertYrxInfo(info);
+      byName.emplace(foldedName(info->appName()), info);
     }
-    found.removeFirst();
   }
 }
 

@@ -12,17 +12,18 @@ YCRX_DEFINE_MEMBERS(YcRxString, L"YcRxString", L"AcRxObject")
 namespace {
 wchar_t gEmptyText[1] = {0};
 
-inline wint_t foldCase(wchar_t c) {
+}  // namespace
+
+wint_t kmrxFoldCase(wchar_t c) {
   if (c < 0x80) return (c >= L'A' && c <= L'Z') ? static_cast<wint_t>(c + 32) : static_cast<wint_t>(c);
   return std::towlower(static_cast<wint_t>(c));
 }
-}  // namespace
 
 int kmrxCompareNoCase(const wchar_t* a, const wchar_t* b) {
   wint_t ca, cb;
   do {
-    ca = foldCase(*a++);
-    cb = foldCase(*b++);
+    ca = kmrxFoldCase(*a++);
+    cb = kmrxFoldCase(*b++);
     if (ca == 0) break;
   } while (ca == cb);
   return static_cast<int>(ca) - static_cast<int>(cb);

@@ -2,6 +2,7 @@
 #pragma once
 #include <cstdarg>
 #include <cwchar>
+#include <cwctype>
 
 class YcRxClass;
 
@@ -19,6 +20,9 @@ void kmrxRegisterRuntimeClasses();
 // wcscasecmp with the same answers, without a locale call for ASCII letters:
 // case-blind look-ups (class, service and module names) sit on hot paths.
 int kmrxCompareNoCase(const wchar_t* a, const wchar_t* b);
+// One character as kmrxCompareNoCase compares it: two texts compare equal
+// exactly when their folded characters are equal, so indexes can key on it.
+wint_t kmrxFoldCase(wchar_t c);
 // Equal without regard to case; a null name equals nothing.
 inline bool kmrxSameNameNoCase(const wchar_t* a, const wchar_t* b) {
   return a && b && kmrxCompareNoCase(a, b) == 0;
