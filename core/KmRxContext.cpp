@@ -69,6 +69,39 @@ KmRxRunningModuleScope::~KmRxRunningModuleScope() {
   if (KmRxContext* context = kmrxContext()) context->mpRunningModule = mpPrevious;
 }
 
+void KmRxContext::noteMessageFault(KmRxModule module, bool threw, const std::wstring& text) {
+  try {
+    messageFaults[module] = MessageFault{threw, text};
+  } catch (const std::bad_alloc&) {
+    // The report then says less; the load protocol goes on the same.
+  }
+}
+
+KmRxContext::MessageFault KmRxContext::takeMessageFault(KmRxModule module) {
+  MessageFault fault;
+  auto found = messageFaults.find(module);
+  if (found == messageFaults.end()) return fault;
+  fault = std::move(found->second);
+  messageFaults.erase(found);
+  return fault;
+}
+
+KmRxLoadInProgress::KmRxLoadInProgress(const std::wstring& key, const wchar_t* file) {
+  KmRxContext* context = kmrxContext();
+  if (!context) return;
+  try {
+    context->loadsInProgress.push_back(KmRxContext::LoadInProgress{key, file ? file : L""});
+    mPushed = true;
+  } catch (const std::bad_alloc&) {
+    // Not kept: only the refusal of a load cycle depends on it.
+  }
+}
+
+KmRxLoadInProgress::~KmRxLoadInProgress() {
+  KmRxContext* context = kmrxContext();
+  if (mPushed && context && !context->loadsInProgress.empty()) context->loadsInProgress.pop_back();
+}
+
 // --- the global objects -------------------------------------------------------------
 
 namespace {

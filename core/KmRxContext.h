@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <string>
 #include <new>
 #include <unordered_map>
 #include <utility>
@@ -188,6 +189,22 @@ public:
   YcArray<YcRxProtocolReactorManagerImp*> createdManagers;
   // Soaks up the write when a list node cannot be allocated.
   YcRxObject* listSpareCell = nullptr;
+  // The loads now on the stack, outermost first (module key and file), so a
+  // load of a file whose initialisation is still running can be refused.
+  struct LoadInProgress {
+    std::wstring key;
+    std::wstring file;
+  };
+  std::vector<LoadInProgress> loadsInProgress;
+  // Why the last message to a record failed, for the load protocol's report:
+  // what the module answered, or what it threw.
+  struct MessageFault {
+    bool threw = false;
+    std::wstring text;
+  };
+  std::unordered_map<KmRxModule, MessageFault> messageFaults;
+  void noteMessageFault(KmRxModule module, bool threw, const std::wstring& text);
+  MessageFault takeMessageFault(KmRxModule module);
 
 private:
   friend class KmRxRunningModuleScope;
@@ -203,6 +220,18 @@ KMRX_API KmRxContext* kmrxContext();
 // Starts and ends the context with the module global.
 void kmrxStartContext();
 void kmrxEndContext();
+
+// Keeps a load on the context's stack of loads in progress for its scope.
+class KmRxLoadInProgress {
+public:
+  KmRxLoadInProgress(const std::wstring& key, const wchar_t* file);
+  ~KmRxLoadInProgress();
+  KmRxLoadInProgress(const KmRxLoadInProgress&) = delete;
+  KmRxLoadInProgress& operator=(const KmRxLoadInProgress&) = delete;
+
+private:
+  bool mPushed = false;
+};
 
 // Marks a record as the module now running for one message delivery.
 class KMRX_API KmRxRunningModuleScope {

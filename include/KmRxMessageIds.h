@@ -19,9 +19,14 @@ enum Id : int {
   kNoSuchApplication = 1012,  // no application under that name
   kOlderApi = 1013,           // built for an older runtime API
   kNewerApi = 1014,           // built for a newer runtime API
+  kInitFailed = 1015,         // the module refused its init message
+  kInitThrew = 1016,          // the init message threw; the detail says what
+  kLoadCycle = 1017,          // loaded again while its init is still running
+  kLeftBehind = 1018,         // two "%s": the module, what it left registered
+  kClassReplaced = 1019,      // two "%s": the class, by whom and in whose place
 };
 
 constexpr int kFirst = kLoadFailed;
-constexpr int kLast = kNewerApi;
+constexpr int kLast = kClassReplaced;
 
 }  // namespace KmRxMsg

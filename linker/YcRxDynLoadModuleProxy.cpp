@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
+#include <exception>
 
 #include "KmHeap.h"
 #include "KmKernel32.h"
@@ -16,6 +17,7 @@
 #include "YcRxModuleGlobal.h"
 #include "YcRxString.h"
 #include "core/KmRxContext.h"
+#include "core/KmRxReports.h"
 #include "core/YcRxInternal.h"
 
 YCRX_DEFINE_MEMBERS(YcRxDynLoadModuleProxy, L"AcRxGenHand", L"AcRxObject")
@@ -140,14 +142,21 @@ RxYDSAppTableEntryType* YcRxDynLoadModuleProxy::ydsAppData() {
 bool YcRxDynLoadModuleProxy::sendMessageToApp(YcRx::AppMsgCode code, void* arg) {
   setSendingMessage(true);
   if (code == YcRx::kAppInitMsg) ydsAppData()->owner = this;
+  KmRxContext* context = kmrxContext();
+  if (context) context->messageFaults.erase(this);
   bool result = false;
+  // A module that throws out of its entry point has failed the message; what
+  // it threw is kept for the report.
   try {
     // Found by name, as the record's delivery is defined.
     YcRxDynamicLinkerImp* linker = kmrxRegisteredLinkerImp();
     if (linker) result = linker->sendMessageToApp(this, code, arg);
-  } catch (...) {
-    // A module that throws out of its entry point has failed the message.
+  } catch (const std::exception& e) {
     result = false;
+    if (context) context->noteMessageFault(this, true, kmrxExceptionText(e));
+  } catch (...) {
+    result = false;
+    if (context) context->noteMessageFault(this, true, L"an exception that is not a std::exception");
   }
   setSendingMessage(false);
   return result;

@@ -37,30 +37,26 @@ std::wstring fullPath(const wchar_t* path) {
   return KmPathMaker::getFullFileName(path, full, kKmTextBuffer) ? std::wstring(full) : std::wstring(path);
 }
 
+// A file whose initialisation is still running (A loads B, B loads A) would
+// nest init messages until the stack runs out: it is refused, naming the chain.
+bool isBeingLoaded(const std::wstring& key, const wchar_t* path) {
+  KmRxContext* context = kmrxContext();
+  if (!context) return false;
+  const auto& loads = context->loadsInProgress;
+  std::size_t first = 0;
+  while (first < loads.size() && loads[first].key != key) ++first;
+  if (first == loads.size()) return false;
+  std::wstring chain;
+  for (std::size_t i = first; i < loads.size(); ++i) chain += kmrxModuleName(loads[i].file.c_str()) + L" -> ";
+  chain += kmrxModuleName(path);
+  kmrxShowMessage(KmRxMsg::kLoadCycle, path, chain.c_str());
+  kmrxLog(L"yrx " + std::wstring(path) + L" load failure: it is already being loaded (" + chain + L")");
+  return true;
+}
+
 }  // namespace
 
 // --- shared helpers -------------------------------------------------------------
-
-void kmrxShowMessage(int id, const wchar_t* arg, const wchar_t* detail) {
-  YcDbHostApplicationServices* services = ycdbHostApplicationServices();
-  if (!services) return;
-  wchar_t format[kKmTextBuffer];
-  KmRxGetResString(id, format, kKmTextBuffer);
-  wchar_t text[kKmTextBuffer];
-  if (kmSwprintf(text, kKmTextBuffer, format, arg ? arg : L"") < 0) text[kKmTextBuffer - 1] = 0;
-  std::wstring shown(text);
-  if (detail && *detail) shown += std::wstring(L": ") + detail;
-  services->displayString(shown.c_str(), static_cast<int>(shown.size()));
-}
-
-void kmrxLogLine(const wchar_t* format, const wchar_t* fileName) {
-  YcadHostApplication* app = kmrxHostApp();
-  YcadHostLog* log = app ? app->logObject() : nullptr;
-  if (!log) return;
-  wchar_t text[kKmTextBuffer];
-  if (kmSwprintf(text, kKmTextBuffer, format, fileName ? fileName : L"") < 0) text[kKmTextBuffer - 1] = 0;
-  log->log(text, 0, 0, 0);
-}
 
 std::wstring kmrxModuleKey(const wchar_t* path) {
   wchar_t full[kKmTextBuffer], key[kKmTextBuffer];
@@ -190,11 +186,13 @@ bool YcRxDynamicLinkerImp::loadModule(const wchar_t* name, bool printIt, bool as
   local.releaseBuffer(-1);
   if (found != Ycad::eOk) return false;
 
+  const std::wstring key = kmrxModuleKey(local.rawString());
+  if (isBeingLoaded(key, local.rawString())) return false;
+  KmRxLoadInProgress inProgress(key, local.rawString());
   YcRxDynLoadModuleProxy* record = verifyModule(local, printIt, asCmd);
   if (!record) return false;
   if (record->moduleRefCount() > 1) return true;
 
-  const std::wstring key = kmrxModuleKey(local.rawString());
   // A record already under this key is replaced in place (same id, same walk
   // order) and stays loaded and alive, out of the dictionary.
   if (const unsigned int id = mpModules->idAt(key.c_str())) {
@@ -302,7 +300,16 @@ bool YcRxDynamicLinkerImp::startYrxLoadProtocol(YcRxDynLoadModuleProxy* record, 
   if (!initialised) {
     sendAbortYrxLoading(fileName.c_str());
     record->setAppInLoaded(false);
-    kmrxLogLine(L"yrx %s load failure", fileName.c_str());
+    const KmRxContext::MessageFault fault =
+        kmrxContext() ? kmrxContext()->takeMessageFault(record) : KmRxContext::MessageFault();
+    if (fault.threw) {
+      kmrxShowMessage(KmRxMsg::kInitThrew, fileName.c_str(), fault.text.c_str());
+      kmrxLog(L"yrx " + fileName + L" load failure: its initialisation threw " + fault.text);
+    } else {
+      kmrxShowMessage(KmRxMsg::kInitFailed, fileName.c_str());
+      kmrxLog(L"yrx " + fileName + L" load failure: its initialisation failed" +
+              (fault.text.empty() ? L"" : L" (" + fault.text + L")"));
+    }
     kmrxShowMessage(KmRxMsg::kLoadFailed, fileName.c_str());
     startYrxUnloadProtocol(record, true);
     return false;

@@ -131,7 +131,13 @@ bool YcRxDynamicLinkerImp::sendMessageToApp(YcRxDynLoadModuleProxy* record, YcRx
   }
   CurrentLoadingModuleSwitcher loading(record);
   KmRxRunningModuleScope running(record);
-  return entry(code, arg) == YcRx::kAppRetOk;
+  const YcRx::AppRetCode answer = entry(code, arg);
+  if (answer != YcRx::kAppRetOk)
+    if (KmRxContext* context = kmrxContext())
+      context->noteMessageFault(record, false,
+                                L"it answered message " + std::to_wstring(static_cast<int>(code)) +
+                                    L" with " + std::to_wstring(static_cast<int>(answer)));
+  return answer == YcRx::kAppRetOk;
 }
 
 bool YcRxDynamicLinkerImp::sendMessageToApp(const wchar_t* fileName, YcRx::AppMsgCode code, void* arg) {

@@ -11,6 +11,7 @@
 #include "YcRxModuleGlobal.h"
 #include "YcRxService.h"
 #include "linker/YcRxLinkerInternal.h"
+#include "linker/YcRxLinkerLeftovers.h"
 
 #include <string>
 
@@ -84,6 +85,9 @@ bool YcRxDynamicLinkerImp::startYrxUnloadProtocol(YcRxDynLoadModuleProxy* record
   if (accepted || force) {
     notifyYrxUnloadingToEdSys(record);
     unloadRegistedServices(record);
+    // Not part of the protocol as defined: without it the next call into a
+    // leftover runs unmapped code.
+    kmrxDetachLeftovers(*this, record);
     resetRegistedClassesbyModule(record);
     sendEndYrxUnloading(fileName.c_str());
     if (!bNeedManageMDIMode) bNeedManageMDIMode = !record->isMDIAware();

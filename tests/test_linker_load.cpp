@@ -145,9 +145,11 @@ TEST_F(LinkerLoad, FailedInitIsLoggedShows1001AndUnloadsTheModule) {
   const std::wstring path = modulePath(L"tm_init_fails");
   LogReactor reactor(host, L"r");
   linker()->addReactor(&reactor);
-  EXPECT_EQ(Lines{resText(1001, path)}, refusedLoad(path, false)) << "even without printIt";
+  EXPECT_EQ((Lines{resText(KmRxMsg::kInitFailed, path), resText(1001, path)}), refusedLoad(path, false))
+      << "even without printIt";
   linker()->removeReactor(&reactor);
-  EXPECT_EQ((Lines{L"yrx " + path + L" load failure", L"yrx " + path + L" unload"}),
+  EXPECT_EQ((Lines{L"yrx " + path + L" load failure: its initialisation failed (it answered message 1 with 3)",
+                   L"yrx " + path + L" unload"}),
             logWith(L"yrx "));
   EXPECT_EQ((Lines{L"r willBeLoaded " + path, L"r loadAborted " + path,
                    L"r willBeUnloaded " + path, L"r unloaded " + path}),

@@ -12,7 +12,7 @@
 using namespace KmRxMsg;
 
 KMRX_MODULE_EXPORT const KmResourceString kmResourceStrings[] = {
-    {kLoadFailed, L"Could not load the module \"%s\"; the host goes on without it. The lines above say why."},
+    {kLoadFailed, L"Could not load the module \"%s\"."},
     {kAlreadyLoaded, L"The module \"%s\" is already loaded."},
     {kUnloaded, L"The module \"%s\" has been unloaded."},
     {kNoEntryPoint, L"\"%s\" does not export \"ycrxEntryPoint\", so it is not an extension module. "
@@ -33,5 +33,16 @@ KMRX_MODULE_EXPORT const KmResourceString kmResourceStrings[] = {
     {kNewerApi, L"The module \"%s\" was built for a newer runtime API than this host's " KMRX_RES_API
                 L". It is loaded, but it may rely on features this host lacks; update the host or "
                 L"rebuild it."},
+    {kInitFailed, L"The module \"%s\" refused its initialisation, so it was unloaded again. "
+                  L"Its own messages or log say why."},
+    {kInitThrew, L"The module \"%s\" threw an exception out of its initialisation, so it was "
+                 L"unloaded again"},
+    {kLoadCycle, L"\"%s\" is already being loaded; a module cannot be loaded again from inside "
+                 L"its own initialisation. Load it once that has finished"},
+    {kLeftBehind, L"The module \"%s\" left %s registered when it was unloaded; it was removed, so "
+                  L"that nothing calls into the module once it is gone. Take it back in the "
+                  L"module's unload message."},
+    {kClassReplaced, L"The class \"%s\" was registered again %s. Give each class a name of its own, "
+                     L"for example with the module's name in front."},
     {0, nullptr},
 };

@@ -7,6 +7,9 @@
 //   TM_EXTRAS               also attaches an extension to a runtime class, adds a protocol
 //                           reactor and a system-registry entry; message 80 or unload takes
 //                           them back (and the linker reactor too)
+//   TM_LEAVE_BEHIND         with TM_EXTRAS: adds one more linker reactor and takes nothing back
+//   TM_INIT_THROWS          throws std::runtime_error("no units table") out of its init message
+//   TM_LOAD_OTHER=<name>    loads <name>.yrx (beside this module) from its init message
 //   TM_INIT_FAILS, TM_REFUSE_UNLOAD, TM_NOT_MDI, TM_LOCK
 //   TM_UNLOAD_OTHER=<name>  unloads <name>.yrx (beside this module) from its unload message
 //   TM_OTHER_CLASS=<name>   and reports whether that module's class is still registered
@@ -21,6 +24,7 @@ extern "C" __attribute__((visibility("default"))) int tmHiddenAnswer() { return 
 #else
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 
 #include "KmKernel32.h"
@@ -119,6 +123,18 @@ void dropExtras() {
 }
 #endif
 
+#ifdef TM_LEAVE_BEHIND
+TraceReactor gLeftReactor;
+#endif
+
+#ifdef TM_LOAD_OTHER
+void loadOther(void* appHandle) {
+  std::wstring other(static_cast<YcRxDynLoadModuleProxy*>(appHandle)->fileName());
+  other = other.substr(0, other.rfind(L'/') + 1) + TM_WSTR(TM_LOAD_OTHER) L".yrx";
+  trace(std::wstring(L"loaded other ") + yesNo(ycrxLoadModule(other.c_str(), true)));
+}
+#endif
+
 YcRx::AppRetCode onInit(void* appHandle) {
   ++gInitCount;
   gSelf = static_cast<YcRxDynLoadModuleProxy*>(appHandle);
@@ -146,6 +162,15 @@ YcRx::AppRetCode onInit(void* appHandle) {
 #ifdef TM_EXTRAS
   addExtras();
 #endif
+#ifdef TM_LEAVE_BEHIND
+  linker()->addReactor(&gLeftReactor);
+#endif
+#ifdef TM_LOAD_OTHER
+  loadOther(appHandle);
+#endif
+#ifdef TM_INIT_THROWS
+  throw std::runtime_error("no units table");
+#endif
 #ifdef TM_INIT_FAILS
   return YcRx::kAppRetError;
 #else
@@ -154,7 +179,7 @@ YcRx::AppRetCode onInit(void* appHandle) {
 }
 
 YcRx::AppRetCode onUnload() {
-#ifdef TM_EXTRAS
+#if defined(TM_EXTRAS) && !defined(TM_LEAVE_BEHIND)
   dropExtras();
 #endif
 #ifdef TM_UNLOAD_OTHER
@@ -168,11 +193,13 @@ YcRx::AppRetCode onUnload() {
         yesNo(ycrxAppIsLoaded(other.c_str())) + L", class " +
         yesNo(ycrxInternalGetClassDic()->has(TM_WSTR(TM_OTHER_CLASS))));
 #endif
+#ifndef TM_LEAVE_BEHIND
   if (gReactor) {
     linker()->removeReactor(gReactor);
     delete gReactor;
     gReactor = nullptr;
   }
+#endif
   if (gClass) deleteYcRxClass(gClass);
   gClass = nullptr;
 #ifdef TM_REFUSE_UNLOAD

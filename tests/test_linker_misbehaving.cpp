@@ -1,0 +1,117 @@
+// Modules that misbehave leave the host running: what they leave registered
+// is taken off and reported, a failing or throwing init is told apart, and a
+// load cycle is refused; a good module loads and unloads afterwards.
+#include "LinkerTestSupport.h"
+
+namespace {
+
+class MisbehavingModule : public LinkerTest {
+protected:
+  // A good module still loads and unloads after whatever went before.
+  void expectGoodModuleStillWorks() {
+    ASSERT_NE(nullptr, load(L"tm_good"));
+    EXPECT_TRUE(unload(L"tm_good"));
+  }
+
+  static std::wstring leftBehind(const wchar_t* module, const std::wstring& what) {
+    wchar_t format[1024], text[1024];
+    EXPECT_TRUE(KmRxGetResString(KmRxMsg::kLeftBehind, format, 1024));
+    kmSwprintf(text, 1024, format, module, what.c_str());
+    return text;
+  }
+
+  static YcRxProtocolReactorList* reactorList() {
+    auto* factory = YcRxProtocolReactorManagerFactory::cast(
+        serviceDictionary()->at(L"ProtocolReactorManager"));
+    return factory->createReactorManager(YcRxLinkedList::desc())
+        ->createReactorList(YcRxProtocolReactor::desc());
+  }
+
+  static int initCount(const std::wstring& path) {
+    YcRxDynLoadModuleProxy* record = linker()->findRxModuleProxyByModuleName(path.c_str(), false);
+    auto count = record ? reinterpret_cast<int (*)()>(
+                              KmKernel32::GetProcAddress(record->rxModuleHandle(), "tmInitCount"))
+                        : nullptr;
+    return count ? count() : -1;
+  }
+
+  static int reactorsIn(YcRxProtocolReactorList* list) {
+    int n = 0;
+    YcRxProtocolReactorIterator* it = list->newIterator();
+    for (; !it->done(); it->next()) ++n;
+    delete it;
+    return n;
+  }
+};
+
+}  // namespace
+
+TEST_F(MisbehavingModule, WhatAModuleLeavesRegisteredIsTakenOffAndReportedOnce) {
+  const int reactorsBefore = linker()->reactorCount();
+  const int protocolReactorsBefore = reactorsIn(reactorList());
+  ASSERT_NE(nullptr, load(L"tm_leaves"));
+  host.clearRecords();
+  EXPECT_TRUE(unload(L"tm_leaves"));
+  const Lines expected = {
+      leftBehind(L"tm_leaves.yrx", L"the linker reactor (anonymous namespace)::TraceReactor"),
+      leftBehind(L"tm_leaves.yrx",
+                 L"the protocol extension YcRxObject for AcRxKernel on the class YcRxLinkedList"),
+      leftBehind(L"tm_leaves.yrx", L"the protocol reactor YcRxProtocolReactor for AcRxProtocolReactor"),
+      leftBehind(L"tm_leaves.yrx", L"the object YcRxObject under \"TmExtrasEntry\" in the system registry")};
+  EXPECT_EQ(expected, host.messages);
+  EXPECT_EQ(4u, logWith(L"tm_leaves.yrx left ").size());
+  EXPECT_EQ(L"tm_leaves.yrx left the linker reactor (anonymous namespace)::TraceReactor registered; "
+            L"it was removed at unload",
+            logWith(L"tm_leaves.yrx left ").at(0));
+
+  EXPECT_FALSE(isMapped(modulePath(L"tm_leaves")));
+  EXPECT_EQ(reactorsBefore, linker()->reactorCount());
+  EXPECT_EQ(nullptr, YcRxLinkedList::desc()->queryX(YcRxKernel::desc()));
+  EXPECT_FALSE(ycrxSysRegistry()->has(L"TmExtrasEntry"));
+  EXPECT_EQ(protocolReactorsBefore, reactorsIn(reactorList()));
+  // The next load and unload would have called into the unmapped module.
+  expectGoodModuleStillWorks();
+}
+
+TEST_F(MisbehavingModule, AModuleThatCleansUpAfterItselfSeesNoReport) {
+  ASSERT_NE(nullptr, load(L"tm_extras"));
+  host.clearRecords();
+  EXPECT_TRUE(unload(L"tm_extras"));
+  EXPECT_EQ(Lines{}, host.messages);
+  EXPECT_EQ(Lines{}, logWith(L"tm_extras.yrx left"));
+}
+
+TEST_F(MisbehavingModule, FailingAndThrowingInitsAreToldApartInMessageAndLog) {
+  const std::wstring fails = modulePath(L"tm_init_fails"), throws = modulePath(L"tm_init_throws");
+  EXPECT_FALSE(ycrxLoadModule(fails.c_str(), false));
+  EXPECT_EQ((Lines{resText(KmRxMsg::kInitFailed, fails), resText(KmRxMsg::kLoadFailed, fails)}),
+            host.messages);
+  EXPECT_EQ(Lines{L"yrx " + fails + L" load failure: its initialisation failed (it answered message 1 with 3)"},
+            logWith(L"yrx " + fails + L" load"));
+  host.clearRecords();
+  EXPECT_FALSE(ycrxLoadModule(throws.c_str(), false));
+  ASSERT_EQ(2u, host.messages.size());
+  EXPECT_EQ(resText(KmRxMsg::kInitThrew, throws).substr(0, 40), host.messages[0].substr(0, 40));
+  EXPECT_NE(std::wstring::npos, host.messages[0].find(L"unloaded again: std::runtime_error: no units table"));
+  EXPECT_EQ(Lines{L"yrx " + throws + L" load failure: its initialisation threw std::runtime_error: no units table"},
+            logWith(L"yrx " + throws + L" load"));
+  EXPECT_FALSE(isMapped(throws));
+  expectGoodModuleStillWorks();
+}
+
+TEST_F(MisbehavingModule, ALoadCycleIsRefusedNamingTheChain) {
+  const std::wstring a = modulePath(L"tm_cycle_a"), b = modulePath(L"tm_cycle_b");
+  EXPECT_TRUE(ycrxLoadModule(a.c_str(), false));
+  // b's init asked for a while a's init was still running.
+  EXPECT_EQ(Lines{L"tm:tm_cycle_a loaded other yes"}, logWith(L"tm:tm_cycle_a loaded"));
+  EXPECT_EQ(Lines{L"tm:tm_cycle_b loaded other no"}, logWith(L"tm:tm_cycle_b loaded"));
+  EXPECT_EQ(Lines{L"yrx " + a + L" load failure: it is already being loaded "
+                  L"(tm_cycle_a.yrx -> tm_cycle_b.yrx -> tm_cycle_a.yrx)"},
+            logWith(L"yrx " + a + L" load failure"));
+  ASSERT_FALSE(host.messages.empty());
+  EXPECT_NE(std::wstring::npos, host.messages[0].find(L"tm_cycle_a.yrx -> tm_cycle_b.yrx -> tm_cycle_a.yrx"));
+  EXPECT_EQ(1, initCount(a)) << "a's init ran once";
+  EXPECT_TRUE(unload(L"tm_cycle_a"));
+  EXPECT_TRUE(unload(L"tm_cycle_b"));
+  expectGoodModuleStillWorks();
+}
