@@ -27,7 +27,7 @@ void kmrxEndContext() {
   gpContext = nullptr;
 }
 
-KmRxContext::KmRxContext() : supersededRecords(0, 8), createdManagers(0, 8) {}
+KmRxContext::KmRxContext() : supersededRecords(0, 8), createdManagers(0, 8), displacedClasses(0, 8) {}
 
 KmRxContext::~KmRxContext() { delete mpReplaced; }
 
@@ -54,6 +54,7 @@ void KmRxContext::forgetModule(KmRxModule module) {
 
 void KmRxContext::classDestroyed(const YcRxClass* cls) {
   classes.forget(const_cast<YcRxClass*>(cls));
+  displacedClasses.remove(const_cast<YcRxClass*>(cls));
   if (extensions.size() != 0)
     extensions.forgetIf([cls](const KmRxExtensionKey& key) { return key.first == cls || key.second == cls; });
 }

@@ -187,6 +187,10 @@ public:
   // Reactor managers the factory made; extensions never own them, so the
   // factory deletes them when it goes at teardown.
   YcArray<YcRxProtocolReactorManagerImp*> createdManagers;
+  // Descriptors another class of the same name displaced from the class
+  // dictionary: kept valid for whatever still points at them, destroyed at
+  // teardown.
+  YcArray<YcRxClass*> displacedClasses;
   // Soaks up the write when a list node cannot be allocated.
   YcRxObject* listSpareCell = nullptr;
   // The loads now on the stack, outermost first (module key and file), so a

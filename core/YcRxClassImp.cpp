@@ -11,7 +11,9 @@
 #include "YcRxLinkedList.h"
 #include "YcRxPEClassMap.h"
 #include "YcDbHostApplicationServices.h"
+#include "KmRxMessageIds.h"
 #include "core/KmRxContext.h"
+#include "core/KmRxReports.h"
 #include "core/YcRxInternal.h"
 
 YCRX_DEFINE_MEMBERS(YcRxClass, L"AcRxClass", L"AcRxObject")
@@ -23,6 +25,22 @@ bool YcRxClassImp::smCheckDoomDependency = false;
 namespace {
 
 YcRxObject* _DummyRxObjectProducer() { return nullptr; }
+
+std::wstring registeredBy(const YcRxDynLoadModuleProxy* module) {
+  return module ? kmrxModuleName(module) : std::wstring(L"the host");
+}
+
+// A descriptor another registration displaced: valid and unreachable by name
+// until teardown destroys it; the clash is reported.
+void keepDisplaced(const wchar_t* name, YcRxClass* displaced, const YcRxDynLoadModuleProxy* by) {
+  if (!displaced) return;
+  if (KmRxContext* context = kmrxContext()) context->displacedClasses.append(displaced);
+  const std::wstring clause = L"by " + registeredBy(by) + L", in place of the one " +
+                              registeredBy(YcRxClassImp::getImpl(displaced)->moduleProxy()) +
+                              L" registered; the first stays in memory until the host ends";
+  kmrxShowMessage2(KmRxMsg::kClassReplaced, name, clause.c_str());
+  kmrxLog(L"class " + std::wstring(name) + L" registered again " + clause);
+}
 
 wchar_t* copyOrNull(const wchar_t* text) { return text ? _kmStrdup(text) : nullptr; }
 
@@ -134,18 +152,30 @@ YcRxClass* YcRxClassImp::createClass(const wchar_t* name, const wchar_t* parentN
     delete cls;
     return nullptr;
   }
-  // A taken name is replaced silently and the descriptor there destroyed
-  // (atPut deletes what it replaces); modules rely on it.
-  unsigned int id = 0;
-  if (YcRxObject* rejected = classes->atPut(name, cls, id)) {
-    delete classes->atPut(name, rejected, id);
-    kmrxFatal(L"Try to regist a rxclass which is already registed!!");
-    return cls;
-  }
+  YcRxDynLoadModuleProxy* module = nullptr;
   if (YcadHostApplication* app = kmrxHostApp()) {
-    YcRxDynLoadModuleProxy* module = app->moduleBeingLoaded();
-    if (module && module->appInLoaded()) cls->setModuleProxy(module);
+    module = app->moduleBeingLoaded();
+    if (module && !module->appInLoaded()) module = nullptr;
   }
+  // A taken name is replaced, as modules rely on; but the descriptor there is
+  // kept aside instead of destroyed, since its sub-classes, its module and
+  // its objects may still point at it.
+  if (const unsigned int taken = classes->idAt(name)) {
+    YcRxObject* displaced = classes->atPut(taken, cls);
+    if (displaced == cls) {  // a filtered dictionary refused it
+      kmrxFatal(L"Try to regist a rxclass which is already registed!!");
+      return cls;
+    }
+    keepDisplaced(name, YcRxClass::cast(displaced), module);
+  } else {
+    unsigned int id = 0;
+    if (YcRxObject* rejected = classes->atPut(name, cls, id)) {
+      delete classes->atPut(name, rejected, id);
+      kmrxFatal(L"Try to regist a rxclass which is already registed!!");
+      return cls;
+    }
+  }
+  if (module) cls->setModuleProxy(module);
   return cls;
 }
 

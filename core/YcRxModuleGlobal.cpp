@@ -195,6 +195,11 @@ void YcRxModuleGlobal::Unitialize() {
     YcRxDictionaryWalker<YcRxDictionary, YcRxClassCleaner, int> walker(g->mpRxClasses);
     walker.go(0);
   }
+  // Descriptors displaced by a class of the same name go in the same batch.
+  if (KmRxContext* context = kmrxContext()) {
+    YcArray<YcRxClass*>& displaced = context->displacedClasses;
+    for (int i = 0; i < displaced.length(); ++i) YcRxClassImp::cacheDoomedRxClass(displaced[i]);
+  }
   YcRxClassImp::destroyDoomedRxClasses(false);
 
   delete g->mpRxClasses;

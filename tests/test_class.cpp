@@ -178,7 +178,7 @@ TEST_F(ClassTest, SecondRegistrationReplacesSilentlyButRxInitOverItReportsAnEmpt
   YcRxClass* intruder = newYcRxClass(L"ClassTestNoFactory", L"AcRxObject");
   EXPECT_EQ(intruder, classes()->at(L"ClassTestNoFactory"));
   EXPECT_TRUE(fatalMessages().empty());
-  ClassTestNoFactory::rxInit();  // its cached descriptor is gone
+  ClassTestNoFactory::rxInit();  // its cached descriptor was displaced
   EXPECT_EQ((std::vector<std::wstring>{L""}), fatalMessages());
   EXPECT_EQ(classes()->at(L"ClassTestNoFactory"), ClassTestNoFactory::desc());
   EXPECT_EQ(entries, classes()->numEntries());
@@ -232,7 +232,7 @@ TEST_F(ClassTest, DeleteOnlyQueuesForABatchAndOnlyACheckedBatchReportsWrongOrder
   YcRxClassImp::destroyDoomedRxClasses(true);
   EXPECT_EQ((std::vector<std::wstring>{kWrongDeleteOrder}), fatalMessages());
   EXPECT_EQ(0, rootLinks(parent));
-  // A replaced parent is destroyed outside any batch, so without checks.
+  // A replaced parent is kept aside, so the orphan's link stays valid.
   newYcRxClass(replacedName.c_str(), L"AcRxObject");
   // Stale parent links may only go in an unchecked batch, which reports nothing.
   for (YcRxClass* cls : {first, freeParent, freeChild, left, orphan}) deleteYcRxClass(cls);

@@ -115,3 +115,35 @@ TEST_F(MisbehavingModule, ALoadCycleIsRefusedNamingTheChain) {
   EXPECT_TRUE(unload(L"tm_cycle_b"));
   expectGoodModuleStillWorks();
 }
+
+TEST_F(MisbehavingModule, AClassNameClashKeepsTheFirstDescriptorAsideAndSaysWhoReplacedWhom) {
+  ASSERT_NE(nullptr, load(L"tm_good"));
+  YcRxClass* first = YcRxClass::cast(ycrxInternalGetClassDic()->at(L"TmGoodThing"));
+  ASSERT_NE(nullptr, first);
+  host.clearRecords();
+  ASSERT_NE(nullptr, load(L"tm_clash"));
+  YcRxClass* second = YcRxClass::cast(ycrxInternalGetClassDic()->at(L"TmGoodThing"));
+  EXPECT_NE(first, second) << "the name now gives the second, as registering defines";
+  EXPECT_EQ(first->name(), std::wstring(L"TmGoodThing")) << "the first is still valid";
+  ASSERT_EQ(1u, host.messages.size());
+  EXPECT_NE(std::wstring::npos,
+            host.messages[0].find(L"by tm_clash.yrx, in place of the one tm_good.yrx registered"));
+  EXPECT_EQ(1u, logWith(L"class TmGoodThing registered again by tm_clash.yrx").size());
+  // tm_good condemns its own (displaced) descriptor; the name keeps the second.
+  EXPECT_TRUE(unload(L"tm_good"));
+  EXPECT_EQ(second, ycrxInternalGetClassDic()->at(L"TmGoodThing"));
+  EXPECT_TRUE(unload(L"tm_clash"));
+  expectGoodModuleStillWorks();
+}
+
+TEST_F(MisbehavingModule, AModuleTakingTheRootsNameLeavesTheRootValid) {
+  KMRX_EXPECT_IN_CHILD({
+    YcRxClass* root = YcRxObject::desc();
+    ASSERT_NE(nullptr, load(L"tm_clash_root"));
+    EXPECT_NE(root, ycrxInternalGetClassDic()->at(L"AcRxObject"));
+    EXPECT_EQ(root, YcRxObject::desc());
+    EXPECT_TRUE(YcRxString::desc()->isDerivedFrom(root)) << "the tree still stands on the root";
+    EXPECT_TRUE(unload(L"tm_clash_root"));
+    UninitializeYcRxSystem();
+  });
+}
