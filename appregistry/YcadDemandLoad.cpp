@@ -33,6 +33,10 @@ YcadRegisterYrxInfo* readApplication(TesselConfig* config, const wchar_t* name) 
   if (!config->isItemExist(kApps, groupsKey) || !config->isItemExist(kApps, commandsKey))
     return nullptr;
   auto* info = new YcadRegisterYrxInfo(name, L" ", L" ", YcadApp::kOnLoadRequest, nullptr);
+  if (!info) {
+    kmrxOutOfMemory(L"an application of the demand-load registry");
+    return nullptr;
+  }
   if (info->readFromRegistry() != Ycad::eOk) {
     delete info;
     return nullptr;
@@ -49,13 +53,20 @@ YcadYrxRegCmdGroup* readGroup(TesselConfig* config, const wchar_t* name) {
   delete groups;
   if (!named) return nullptr;
   auto* group = new YcadYrxRegCmdGroup(groupName);
+  if (!group) {
+    kmrxOutOfMemory(L"a command group of the demand-load registry");
+    return nullptr;
+  }
   kmrxAppKey(key, name, L"Commands");
   if (TesselConfigValueIterator* commands = config->newValueIterator(kApps, key)) {
     for (; !commands->done(); commands->next()) {
       wchar_t globalName[kKmTextBuffer];
       YcadVariant localName;
-      if (commands->readKey(globalName, kKmTextBuffer) && commands->readValue(localName))
-        group->insertCommand(new YcadYrxRegCommand(globalName, localName.getString()));
+      if (!commands->readKey(globalName, kKmTextBuffer) || !commands->readValue(localName)) continue;
+      if (auto* command = new YcadYrxRegCommand(globalName, localName.getString()))
+        group->insertCommand(command);
+      else
+        kmrxOutOfMemory(L"a command of the demand-load registry");
     }
     delete commands;
   }
@@ -75,7 +86,10 @@ bool getYrxAppInfoListFromRegister(YcArray<YcadRegisterYrxInfo*>& list) {
     if (!items->readName(name, kKmTextBuffer) || !*name) continue;
     YcadRegisterYrxInfo* info = readApplication(config, name);
     if (!info) continue;
-    list.append(info);
+    if (!kmrxTry(L"the list of registered applications", [&] { list.append(info); })) {
+      delete info;
+      continue;
+    }
     if (YcadYrxRegCmdGroup* group = readGroup(config, name)) info->insertGroup(group);
   }
   delete items;
@@ -95,6 +109,10 @@ bool initDemandLoadYrxList() {
     YcRxClassImp::initializeHierarchy(YcadAppInfo::desc(), classes);
   }
   g_pRegYrxList = new YcadRegisterYrxStack();
+  if (!g_pRegYrxList) {
+    kmrxOutOfMemory(L"the demand-load registry");
+    return true;  // always true, as defined
+  }
   g_pRegYrxList->initFromBuildinYrx();
   g_pRegYrxList->initFromRegister();
   return true;
@@ -114,38 +132,58 @@ bool getRegisterYrxAppInfoList(const wchar_t* command, YcArray<YcadAppInfo*>& ou
   KmCharOp::find(command, L'.', 0, &dot);
   wchar_t* group = dot >= 1 ? KmCharOp::clone(command, static_cast<unsigned long>(dot)) : nullptr;
   const wchar_t* name = dot >= 0 ? command + dot + 1 : command;
-  if (!*name) {
+  YcRxIterator* it = *name && (dot < 1 || group) ? g_pRegYrxList->newIterator() : nullptr;
+  if (!it) {
+    // Without memory for the group's name or the walk, no answer is better
+    // than the answer for every group.
+    if (*name) kmrxOutOfMemory(L"a demand-load look-up");
     KmCharOp::release(group);
     return false;
   }
   // By name, as the query is defined.
   YcRxDynamicLinkerImp* linker = kmrxRegisteredLinkerImp();
-  YcRxIterator* it = g_pRegYrxList->newIterator();
-  for (; !it->done(); it->next()) {
+  bool whole = true;
+  for (; !it->done() && whole; it->next()) {
     auto* info = static_cast<YcadRegisterYrxInfo*>(it->object());
     if (!info->findCommandByName(group, name)) continue;
     if (linker && linker->findRxModuleProxyByModuleName(info->moduleName(), false)) continue;
-    if (!onlyOnCommandBit || (info->loadReason() & YcadApp::kOnCommandInvocation)) out.append(info);
+    if (!onlyOnCommandBit || (info->loadReason() & YcadApp::kOnCommandInvocation))
+      whole = kmrxTry(L"a demand-load look-up", [&] { out.append(info); });
   }
   delete it;
   KmCharOp::release(group);
-  return true;  // also when nothing matched; modules rely on it
+  if (!whole) out.removeAll();
+  return whole;  // also when nothing matched; modules rely on it
 }
+
+namespace {
+
+// Visits every object an iterator walks; false when there was none (no memory).
+template <class Visit>
+bool forEachOf(YcRxIterator* it, Visit visit) {
+  if (!it) return false;
+  bool whole = true;
+  for (; !it->done() && whole; it->next()) whole = visit(it->object());
+  delete it;
+  return whole;
+}
+
+}  // namespace
 
 bool getAllRegisterYrxAppCommandList(YcArray<const wchar_t*>& out) {
   out.removeAll();
   if (!g_pRegYrxList) return false;
-  YcRxIterator* infos = g_pRegYrxList->newIterator();
-  for (; !infos->done(); infos->next()) {
-    YcRxIterator* groups = static_cast<YcadRegisterYrxInfo*>(infos->object())->newIterator();
-    for (; !groups->done(); groups->next()) {
-      YcRxIterator* commands = static_cast<YcadYrxRegCmdGroup*>(groups->object())->newIterator();
-      for (; !commands->done(); commands->next())
-        out.append(static_cast<YcadYrxRegCommand*>(commands->object())->localName());
-      delete commands;
-    }
-    delete groups;
+  const bool whole = forEachOf(g_pRegYrxList->newIterator(), [&](YcRxObject* info) {
+    return forEachOf(static_cast<YcadRegisterYrxInfo*>(info)->newIterator(), [&](YcRxObject* group) {
+      return forEachOf(static_cast<YcadYrxRegCmdGroup*>(group)->newIterator(), [&](YcRxObject* command) {
+        return kmrxTry(L"the list of registered commands",
+                       [&] { out.append(static_cast<YcadYrxRegCommand*>(command)->localName()); });
+      });
+    });
+  });
+  if (!whole) {
+    kmrxOutOfMemory(L"the list of registered commands");
+    out.removeAll();
   }
-  delete infos;
-  return true;
+  return whole;
 }

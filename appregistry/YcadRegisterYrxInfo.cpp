@@ -37,18 +37,16 @@ YcadYrxRegCmdGroup* YcadRegisterYrxInfo::findGroupByName(const wchar_t* name) co
 YcadYrxRegCommand* YcadRegisterYrxInfo::findCommandByName(const wchar_t* group,
                                                           const wchar_t* command) const {
   YcadYrxRegCommand* found = nullptr;
-  YcRxIterator* it = mpGroups->newIterator();
-  for (; !it->done() && !found; it->next()) {
-    auto* candidate = static_cast<YcadYrxRegCmdGroup*>(it->object());
-    if (group && !kmrxSameNameNoCase(candidate->name(), group)) continue;
-    if (!candidate->lookupCmd(command, true, 0, found))
-      candidate->lookupCmd(command, false, 0, found);
-  }
-  delete it;
+  kmrxFindInCollection(mpGroups, [&](YcRxObject* object) {
+    auto* candidate = static_cast<YcadYrxRegCmdGroup*>(object);
+    if (!candidate || (group && !kmrxSameNameNoCase(candidate->name(), group))) return false;
+    if (!candidate->lookupCmd(command, true, 0, found)) candidate->lookupCmd(command, false, 0, found);
+    return found != nullptr;
+  });
   return found;
 }
 
-void YcadRegisterYrxInfo::insertGroup(YcadYrxRegCmdGroup* group) { mpGroups->addFront(group); }
+void YcadRegisterYrxInfo::insertGroup(YcadYrxRegCmdGroup* group) { kmrxAddOwnedFront(mpGroups, group); }
 
 void YcadRegisterYrxInfo::combineYrxInfo(YcadRegisterYrxInfo* other) {
   if (!other || other == this) return;
@@ -63,9 +61,11 @@ void YcadRegisterYrxInfo::combineYrxInfo(YcadRegisterYrxInfo* other) {
 }
 
 YcadYrxRegCmdGroup* YcadRegisterYrxInfo::removeFrontGroup() {
-  return static_cast<YcadYrxRegCmdGroup*>(mpGroups->removeFront());
+  return mpGroups ? static_cast<YcadYrxRegCmdGroup*>(mpGroups->removeFront()) : nullptr;
 }
 
 void YcadRegisterYrxInfo::removeAllGroups() { kmrxDeleteListed(mpGroups); }
 
-YcRxIterator* YcadRegisterYrxInfo::newIterator() const { return mpGroups->newIterator(); }
+YcRxIterator* YcadRegisterYrxInfo::newIterator() const {
+  return mpGroups ? mpGroups->newIterator() : nullptr;
+}

@@ -3,6 +3,7 @@
 #include "KmWideText.h"
 #include "YcRxGenericCollection.h"
 #include "YcRxIterator.h"
+#include "containers/KmRxVisit.h"
 #include "core/YcRxInternal.h"
 
 // "app/sub": the store's key of sub below application app.
@@ -11,16 +12,15 @@ void kmrxAppKey(wchar_t (&out)[kKmTextBuffer], const wchar_t* app, const wchar_t
 YcRxGenericCollection* kmrxNewRegistryList();
 // Deletes every object of list, then empties the list.
 void kmrxDeleteListed(YcRxGenericCollection* list);
+// Puts an object the registry owns at the front of list; when there is no
+// list or no memory for the node, the object is deleted, it is reported,
+// and the answer is false.
+bool kmrxAddOwnedFront(YcRxGenericCollection* list, YcRxObject* object);
 
 // The first object of list, as a T, whose nameOf(T*) equals name without regard to case.
 template <class T, class NameOf>
 T* kmrxFindNamed(const YcRxGenericCollection* list, const wchar_t* name, NameOf nameOf) {
-  T* found = nullptr;
-  YcRxIterator* it = list->newIterator();
-  for (; !it->done() && !found; it->next()) {
-    auto* candidate = static_cast<T*>(it->object());
-    if (kmrxSameNameNoCase(nameOf(candidate), name)) found = candidate;
-  }
-  delete it;
-  return found;
+  return static_cast<T*>(kmrxFindInCollection(list, [&](YcRxObject* object) {
+    return object && kmrxSameNameNoCase(nameOf(static_cast<T*>(object)), name);
+  }));
 }

@@ -27,10 +27,22 @@ YcRxGenericCollection* kmrxNewRegistryList() {
 }
 
 void kmrxDeleteListed(YcRxGenericCollection* list) {
-  YcRxIterator* it = list->newIterator();
-  for (; !it->done(); it->next()) delete it->object();
-  delete it;
+  if (!list) return;
+  kmrxFindInCollection(list, [](YcRxObject* object) {
+    delete object;
+    return false;
+  });
   while (!list->isEmpty()) list->removeFront();
+}
+
+bool kmrxAddOwnedFront(YcRxGenericCollection* list, YcRxObject* object) {
+  if (!object) return false;
+  const int before = list ? list->count() : 0;
+  if (list) list->addFront(object);
+  if (list && list->count() != before) return true;
+  delete object;
+  kmrxOutOfMemory(L"an entry of the demand-load registry");
+  return false;
 }
 
 // --- YcadYrxRegCommand -------------------------------------------------------------------
@@ -61,8 +73,7 @@ YcadYrxRegCmdGroup::~YcadYrxRegCmdGroup() {
 }
 
 void YcadYrxRegCmdGroup::insertCommand(YcadYrxRegCommand* command) {
-  mpCommands->addFront(command);
-  ++mCount;
+  if (kmrxAddOwnedFront(mpCommands, command)) ++mCount;
 }
 
 bool YcadYrxRegCmdGroup::lookupCmd(const wchar_t* name, bool global, int,
@@ -74,17 +85,12 @@ bool YcadYrxRegCmdGroup::lookupCmd(const wchar_t* name, bool global, int,
 }
 
 void YcadYrxRegCmdGroup::removeCommand(const wchar_t* name) {
-  YcRxIterator* it = mpCommands->newIterator();
-  for (; !it->done(); it->next()) {
-    auto* command = static_cast<YcadYrxRegCommand*>(it->object());
-    if (kmrxSameNameNoCase(command->globalName(), name)) {
-      mpCommands->removeAt(it);
-      delete command;
-      --mCount;
-      break;
-    }
-  }
-  delete it;
+  YcadYrxRegCommand* command = kmrxFindNamed<YcadYrxRegCommand>(
+      mpCommands, name, [](YcadYrxRegCommand* c) { return c->globalName(); });
+  if (!command) return;
+  mpCommands->removeAt(static_cast<YcRxObject*>(command));  // the first node holding it
+  delete command;
+  --mCount;
 }
 
 void YcadYrxRegCmdGroup::removeAllCommands() {
@@ -93,7 +99,7 @@ void YcadYrxRegCmdGroup::removeAllCommands() {
 }
 
 YcadYrxRegCommand* YcadYrxRegCmdGroup::removeFrontCommand() {
-  return static_cast<YcadYrxRegCommand*>(mpCommands->removeFront());
+  return mpCommands ? static_cast<YcadYrxRegCommand*>(mpCommands->removeFront()) : nullptr;
 }
 
 void YcadYrxRegCmdGroup::combineGroup(YcadYrxRegCmdGroup* other) {
@@ -107,4 +113,6 @@ void YcadYrxRegCmdGroup::combineGroup(YcadYrxRegCmdGroup* other) {
   }
 }
 
-YcRxIterator* YcadYrxRegCmdGroup::newIterator() const { return mpCommands->newIterator(); }
+YcRxIterator* YcadYrxRegCmdGroup::newIterator() const {
+  return mpCommands ? mpCommands->newIterator() : nullptr;
+}

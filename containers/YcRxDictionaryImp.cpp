@@ -71,11 +71,29 @@ YcRxStringToIdMap::iterator YcRxStringToIdMap::getIteratorAt(const YcRxString* k
 
 int& YcRxStringToIdMap::append(const YcRxString* key) { return mMap.emplace(key, 0).first->second; }
 
-void YcRxStringToIdMap::append(const YcRxString* key, int index) { mMap.emplace(key, index); }
+bool YcRxStringToIdMap::append(const YcRxString* key, int index) {
+  try {
+    mMap.emplace(key, index);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
 
 const YcRxString* YcRxStringToIdMap::removeAt(const YcRxString* key) {
   auto pos = mMap.find(key);
   return removeAt(pos);
+}
+
+void YcRxStringToIdMap::rekey(iterator position, const YcRxString* newKey, int index) {
+  if (position == mMap.end()) {
+    append(newKey, index);
+    return;
+  }
+  auto node = mMap.extract(position);
+  node.key() = newKey;
+  node.mapped() = index;
+  mMap.insert(std::move(node));
 }
 
 const YcRxString* YcRxStringToIdMap::removeAt(iterator position) {
@@ -90,31 +108,51 @@ const YcRxString* YcRxStringToIdMap::removeAt(iterator position) {
 YcRxDictionary* YcRxDictionaryImp::createDictionary(unsigned int length, bool deletesObjects,
                                                     bool sorted, bool ignoreCase,
                                                     const YcRxClass* filter) {
-  return new YcRxDictionaryImp(length, deletesObjects, sorted, ignoreCase, filter);
+  auto* dict = new YcRxDictionaryImp(length, deletesObjects, sorted, ignoreCase, filter);
+  if (dict && (!dict->isComplete() || dict->isSorted() != sorted)) {  // out of memory: no half-made dictionary
+    delete dict;
+    dict = nullptr;
+  }
+  return dict;
 }
 
 YcRxDictionaryImp::YcRxDictionaryImp() : YcRxDictionaryImp(0, false, false, false, nullptr) {}
 
 YcRxDictionaryImp::YcRxDictionaryImp(unsigned int length, bool deletesObjects, bool sorted,
                                      bool ignoreCase, const YcRxClass* filter)
-    : mpItems(new ItemArray(static_cast<int>(length), 8)),
-      mpKeyIndex(sorted ? new YcRxStringToIdMap() : nullptr),
+    : mpItems(kmrxNew<ItemArray>(static_cast<int>(length), 8)),
+      mpKeyIndex(sorted ? kmrxNew<YcRxStringToIdMap>() : nullptr),
       mpFilter(filter),
       mDeletesObjects(deletesObjects),
       mCaseSensitive(!ignoreCase) {}
 
 YcRxDictionaryImp::~YcRxDictionaryImp() {
   clear(false);
-  delete mpKeyIndex;
-  delete mpItems;
+  kmrxDelete(mpKeyIndex);
+  kmrxDelete(mpItems);
 }
 
+const YcRxDictionaryImp::ItemArray& YcRxDictionaryImp::items() const {
+  static const ItemArray none(0, 8);
+  return mpItems ? *mpItems : none;
+}
+
+bool YcRxDictionaryImp::isComplete() const { return mpItems != nullptr; }
+
+// A key string that holds the whole text, or null: a key without its text
+// would store a keyless entry.
 YcRxString* YcRxDictionaryImp::makeKey(const wchar_t* text) const {
-  return new YcRxString(text, !mCaseSensitive);
+  auto* key = new YcRxString(text, !mCaseSensitive);
+  if (key && text && *text && key->isEmpty()) {
+    delete key;
+    key = nullptr;
+  }
+  if (!key) kmrxOutOfMemory(L"a dictionary key");
+  return key;
 }
 
 YcRxDicItem* YcRxDictionaryImp::getAt(int index) {
-  if (index < 0 || index >= mpItems->length()) return nullptr;
+  if (!mpItems || index < 0 || index >= mpItems->length()) return nullptr;
   YcRxDicItem* item = mpItems->asArrayPtr() + index;
   return item->key() ? item : nullptr;
 }
@@ -136,6 +174,7 @@ YcRxDicItem* YcRxDictionaryImp::getAt(const wchar_t* key, int* index) {
     found = i;
     return mpItems->asArrayPtr() + i;
   }
+  if (!mpItems) return nullptr;
   YcRxDicItem* items = mpItems->asArrayPtr();
   for (int i = 0, n = mpItems->length(); i < n; ++i) {
     if (items[i].key() && sameText(items[i].key(), key)) {
@@ -151,6 +190,8 @@ const YcRxDicItem* YcRxDictionaryImp::getAt(const wchar_t* key, int* index) cons
 }
 
 YcRxDicItem* YcRxDictionaryImp::makeEmptyItem(int& index) {
+  index = -1;
+  if (!mpItems) return nullptr;
   YcRxDicItem* items = mpItems->asArrayPtr();
   for (int i = 0, n = mpItems->length(); i < n; ++i) {
     if (!items[i].key()) {
@@ -158,26 +199,15 @@ YcRxDicItem* YcRxDictionaryImp::makeEmptyItem(int& index) {
       return items + i;
     }
   }
-  try {
-    index = mpItems->append(YcRxDicItem());
-  } catch (KmErrorStatus* error) {  // out of memory: the array says so by throwing
-    delete error;
-    index = -1;
-    return nullptr;
-  }
+  if (!kmrxTry(L"a dictionary entry", [&] { index = mpItems->append(YcRxDicItem()); })) return nullptr;
   return mpItems->asArrayPtr() + index;
 }
 
 YcRxDicItem* YcRxDictionaryImp::makeItemAt(int index) {
-  if (index < 0) return nullptr;
-  if (index >= mpItems->length()) {
-    try {
-      mpItems->setLogicalLength(index + 1);
-    } catch (KmErrorStatus* error) {
-      delete error;
-      return nullptr;
-    }
-  }
+  if (index < 0 || !mpItems) return nullptr;
+  if (index >= mpItems->length() &&
+      !kmrxTry(L"a dictionary entry", [&] { mpItems->setLogicalLength(index + 1); }))
+    return nullptr;
   return mpItems->asArrayPtr() + index;
 }
 
@@ -206,10 +236,17 @@ YcRxObject* YcRxDictionaryImp::atPut(const wchar_t* key, YcRxObject* value, unsi
   int index = -1;
   YcRxDicItem* item = getAt(key, &index);
   if (!item) {
+    // Without room for the entry, its key or its index entry nothing is
+    // stored and the caller keeps the value.
     item = makeEmptyItem(index);
-    if (!item) return value;  // no room: the caller keeps the value
+    if (!item) return value;
     YcRxString* keyString = makeKey(key);
-    if (mpKeyIndex) mpKeyIndex->append(keyString, index);
+    if (!keyString) return value;
+    if (mpKeyIndex && !mpKeyIndex->append(keyString, index)) {
+      delete keyString;
+      kmrxOutOfMemory(L"a dictionary key");
+      return value;
+    }
     item->key() = keyString;
     item->value() = value;
     id = idxToId(index);
@@ -262,9 +299,14 @@ bool YcRxDictionaryImp::atKeyAndIdPut(const wchar_t* key, unsigned int id, YcRxO
   YcRxDicItem* item = makeItemAt(idToIdx(id));
   if (!item) return false;
   YcRxString* keyString = makeKey(key);
+  if (!keyString) return false;
+  if (mpKeyIndex && !mpKeyIndex->append(keyString, idToIdx(id))) {
+    delete keyString;
+    kmrxOutOfMemory(L"a dictionary key");
+    return false;
+  }
   item->key() = keyString;
   item->value() = value;
-  if (mpKeyIndex) mpKeyIndex->append(keyString, idToIdx(id));
   noteRegistryEntry(this, idToIdx(id), value);
   return true;
 }
@@ -276,12 +318,12 @@ bool YcRxDictionaryImp::resetKey(const wchar_t* oldKey, const wchar_t* newKey) {
   if (!item) return false;
   YcRxString* oldString = item->key();
   YcRxString* newString = makeKey(newKey);
+  if (!newString) return false;
   item->key() = newString;
   if (mpKeyIndex) {
     auto pos = mpKeyIndex->getIteratorAt(oldString);
     const int kept = pos != mpKeyIndex->end() ? pos->second : index;
-    mpKeyIndex->removeAt(pos);
-    mpKeyIndex->append(newString, kept);
+    mpKeyIndex->rekey(pos, newString, kept);
   }
   delete oldString;
   return true;
@@ -291,12 +333,12 @@ bool YcRxDictionaryImp::resetKey(unsigned int id, const wchar_t* newKey) {
   YcRxDicItem* item = getAt(idToIdx(id));
   if (!item) return false;
   YcRxString* oldString = item->key();
-  YcRxString* newString = makeKey(newKey);
+  // A null text gives an empty key, as defined; only a text that could not be
+  // copied refuses.
+  YcRxString* newString = newKey && *newKey ? makeKey(newKey) : new YcRxString(newKey, !mCaseSensitive);
+  if (!newString) return false;
   item->key() = newString;
-  if (mpKeyIndex) {
-    mpKeyIndex->removeAt(oldString);
-    mpKeyIndex->append(newString, idToIdx(id));
-  }
+  if (mpKeyIndex) mpKeyIndex->rekey(mpKeyIndex->getIteratorAt(oldString), newString, idToIdx(id));
   delete oldString;
   return true;
 }
@@ -354,6 +396,7 @@ const wchar_t* YcRxDictionaryImp::keyAt(unsigned int id) const {
 
 unsigned int YcRxDictionaryImp::numEntries() const {
   if (mpKeyIndex) return static_cast<unsigned int>(mpKeyIndex->count());
+  if (!mpItems) return 0;
   unsigned int n = 0;
   const YcRxDicItem* items = mpItems->asArrayPtr();
   for (int i = 0, len = mpItems->length(); i < len; ++i)
@@ -366,6 +409,7 @@ YcRxDictionaryIterator* YcRxDictionaryImp::newIterator(YcRx::DictIterType type) 
 }
 
 void YcRxDictionaryImp::clear(bool deleteValues) {
+  if (!mpItems) return;
   YcRxDicItem* items = mpItems->asArrayPtr();
   for (int i = 0, n = mpItems->length(); i < n; ++i) {
     delete items[i].key();

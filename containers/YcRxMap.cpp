@@ -39,9 +39,15 @@ YcRxObject* YcRxMap::setAt(const YcRxObject* key, YcRxObject* value) {
   YcRxGenericMapIterator* it = findIterator(key);
   if (it && !it->done()) {
     result = setAt(it, value);
+  } else if (!it && mTree.count(key) != 0) {
+    // No memory for the iterator: the entry is replaced in place all the same.
+    auto pos = mTree.find(key);
+    result = pos->second;
+    pos->second = value;
   } else {
     // A key whose class cannot clone is stored as a null key, which orders first.
-    mTree.emplace(key->clone(), value);
+    const YcRxObject* copy = key->clone();
+    if (!kmrxTry(L"a map entry", [&] { mTree.emplace(copy, value); })) delete copy;
   }
   delete it;
   return result;
@@ -60,11 +66,18 @@ YcRxObject* YcRxMap::remove(YcRxIterator* it) {
 }
 
 void YcRxMap::removeAll() {
-  YcArray<const YcRxObject*> keys(static_cast<int>(mTree.size()), 8);
-  for (auto& entry : mTree)
-    if (entry.first) keys.append(entry.first);
-  mTree.clear();
-  for (int i = 0; i < keys.length(); ++i) delete keys[i];
+  // The keys are collected, the tree cleared, then the keys deleted; without
+  // memory to collect them they go one entry at a time instead.
+  try {
+    YcArray<const YcRxObject*> keys(static_cast<int>(mTree.size()), 8);
+    for (auto& entry : mTree)
+      if (entry.first) keys.append(entry.first);
+    mTree.clear();
+    for (int i = 0; i < keys.length(); ++i) delete keys[i];
+  } catch (KmErrorStatus* error) {
+    delete error;
+    while (!mTree.empty()) kmrxTreeErase(mTree, mTree.begin(), KmrxTreeKeys::kOwned);
+  }
 }
 
 YcRxMapIterator::YcRxMapIterator(YcRxMap* map) : mpMap(map), mPos(map->tree().begin()) {}

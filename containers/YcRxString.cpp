@@ -122,7 +122,9 @@ YcRxString& YcRxString::catString(const YcRxString& other) { return catString(ot
 wchar_t* YcRxString::getBuffer(int n) {
   if (n < 0) return nullptr;
   allocBufIfNeeded(n, false);
-  if (mCapacity >= n) mLength = n;
+  // Never the old, smaller buffer: the caller would write past its end.
+  if (mCapacity < n) return nullptr;
+  mLength = n;
   return mpBuffer;
 }
 

@@ -8,6 +8,7 @@
 #include "YcRxDictionary.h"
 #include "YcRxDynamicLinkerImp.h"
 #include "YcRxModuleGlobal.h"
+#include "core/YcRxInternal.h"
 
 namespace {
 KmRxContext* gpContext = nullptr;
@@ -15,21 +16,23 @@ KmRxContext* gpContext = nullptr;
 
 KmRxContext* kmrxContext() { return gpContext; }
 
-void kmrxStartContext() {
+bool kmrxStartContext() {
   // A second start-up replaces the context as it replaces the module global.
-  auto* fresh = new KmRxContext();
+  auto* fresh = kmrxNew<KmRxContext>();
+  if (!fresh) return false;
   fresh->mpReplaced = gpContext;
   gpContext = fresh;
+  return true;
 }
 
 void kmrxEndContext() {
-  delete gpContext;
+  kmrxDelete(gpContext);
   gpContext = nullptr;
 }
 
 KmRxContext::KmRxContext() : supersededRecords(0, 8), createdManagers(0, 8), displacedClasses(0, 8) {}
 
-KmRxContext::~KmRxContext() { delete mpReplaced; }
+KmRxContext::~KmRxContext() { kmrxDelete(mpReplaced); }
 
 KmRxModuleLedger KmRxContext::ledgerOf(KmRxModule module) const {
   KmRxModuleLedger ledger;

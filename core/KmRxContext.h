@@ -212,7 +212,7 @@ public:
 
 private:
   friend class KmRxRunningModuleScope;
-  friend void kmrxStartContext();
+  friend bool kmrxStartContext();
   KmRxModule mpRunningModule = nullptr;
   // The context of a start-up this one replaced (a second start-up while
   // running); nothing reaches it any more, it goes with this one.
@@ -221,8 +221,9 @@ private:
 
 // The context of the running runtime; null before start-up and after teardown.
 KMRX_API KmRxContext* kmrxContext();
-// Starts and ends the context with the module global.
-void kmrxStartContext();
+// Starts and ends the context with the module global; false when there is
+// no memory for it.
+bool kmrxStartContext();
 void kmrxEndContext();
 
 // Keeps a load on the context's stack of loads in progress for its scope.

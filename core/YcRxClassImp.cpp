@@ -12,6 +12,7 @@
 #include "YcRxPEClassMap.h"
 #include "YcDbHostApplicationServices.h"
 #include "KmRxMessageIds.h"
+#include "containers/KmRxVisit.h"
 #include "core/KmRxContext.h"
 #include "core/KmRxReports.h"
 #include "core/YcRxInternal.h"
@@ -95,18 +96,15 @@ YcRxClassImp::~YcRxClassImp() {
       if (siblings) siblings->removeAt(static_cast<YcRxObject*>(this));
     }
     if (mIsProtocolClass) {
-      if (YcRxDictionary* classes = kmrxClassDictionary()) {
-        RemoveProtocolClass unhook{this};
-        YcRxDictionaryIterator* it = classes->newIterator(YcRx::kDictIdOrder);
-        for (; !it->done(); it->next())
-          if (YcRxObject* obj = it->object()) unhook(obj);
-        delete it;
-      }
+      const RemoveProtocolClass unhook{this};
+      kmrxVisitEntries(kmrxClassDictionary(), YcRx::kDictIdOrder, [&](YcRxDictionaryIterator& entry) {
+        if (YcRxObject* obj = entry.object()) unhook(obj);
+      });
     }
   }
   delete mpSubClasses;
   delete mpPEObjectMap;
-  delete mpContextMenus;
+  kmrxDelete(mpContextMenus);
   _kmStrdupFree(mpParentName);
   _kmStrdupFree(mpClassName);
   _kmStrdupFree(mpDxfName);
@@ -148,8 +146,12 @@ YcRxClass* YcRxClassImp::createClass(const wchar_t* name, const wchar_t* parentN
   auto* cls = new YcRxClassImp(name, parentName, dwgVersion, maintenanceVersion, proxyFlags,
                                constructor, dxfName, appName, appNameCallback, featureFlags);
   if (!cls) return nullptr;
-  if (!cls->mpClassName) {  // out of memory for the name
+  // Out of memory for a name: no half-made descriptor (a lost parent name
+  // would make it a root).
+  if (!cls->mpClassName || (parentName && !cls->mpParentName) || (dxfName && !cls->mpDxfName) ||
+      (appName && !cls->mpAppName)) {
     delete cls;
+    kmrxOutOfMemory(L"a class descriptor");
     return nullptr;
   }
   YcRxDynLoadModuleProxy* module = nullptr;
@@ -169,7 +171,14 @@ YcRxClass* YcRxClassImp::createClass(const wchar_t* name, const wchar_t* parentN
     keepDisplaced(name, YcRxClass::cast(displaced), module);
   } else {
     unsigned int id = 0;
-    if (YcRxObject* rejected = classes->atPut(name, cls, id)) {
+    YcRxObject* rejected = classes->atPut(name, cls, id);
+    auto* imp = dynamic_cast<YcRxDictionaryImp*>(classes);
+    if (rejected == cls && !(imp && imp->hasFilter())) {  // no memory for its entry
+      delete cls;
+      kmrxOutOfMemory(L"registering a class");
+      return nullptr;
+    }
+    if (rejected) {
       delete classes->atPut(name, rejected, id);
       kmrxFatal(L"Try to regist a rxclass which is already registed!!");
       return cls;
@@ -182,7 +191,7 @@ YcRxClass* YcRxClassImp::createClass(const wchar_t* name, const wchar_t* parentN
 // --- doomed-class queue -----------------------------------------------------
 
 void YcRxClassImp::cacheDoomedRxClass(YcRxClass* cls) {
-  if (cls) smDoomedRxClassArray.append(cls);
+  if (cls) kmrxTry(L"the queue of condemned classes", [&] { smDoomedRxClassArray.append(cls); });
 }
 
 void YcRxClassImp::clearDoomedRxClasses() { smDoomedRxClassArray.setLogicalLength(0); }
@@ -196,11 +205,23 @@ void YcRxClassImp::destroyDoomedRxClasses(bool checkDependency) {
   smCheckDoomDependency = checkDependency;
   YcRxDictionary* classes = kmrxClassDictionary();
   // A descriptor queued twice is destroyed once. Destructors may condemn more
-  // classes; those join this batch.
-  std::unordered_set<YcRxClass*> destroyed;
+  // classes; those join this batch. Without memory for the set of those
+  // destroyed, the queue itself is searched.
+  std::unordered_set<YcRxClass*, std::hash<YcRxClass*>, std::equal_to<YcRxClass*>,
+                     KmStdAllocator<YcRxClass*>>
+      destroyed;
+  bool indexed = true;
   for (int i = 0; i < smDoomedRxClassArray.length(); ++i) {
     YcRxClass* cls = smDoomedRxClassArray[i];
-    if (!cls || !destroyed.insert(cls).second) continue;
+    if (!cls) continue;
+    if (indexed) {
+      try {
+        if (!destroyed.insert(cls).second) continue;
+      } catch (const std::bad_alloc&) {
+        indexed = false;
+      }
+    }
+    if (!indexed && smDoomedRxClassArray.find(cls) < i) continue;
     // The entry goes only if it is this descriptor, not a later one of that name.
     if (classes) {
       const unsigned int id = classes->idAt(cls->name());
@@ -224,7 +245,13 @@ void YcRxClassImp::initializeHierarchy(YcRxClass* cls, YcRxDictionary* dict) {
     return;
   }
   imp->setParentLink(static_cast<YcRxClass*>(found));
-  if (found) getImpl(imp->mpParent)->addSubRxClass(cls);
+  // Without memory for the parent's list the class stays unlinked, its parent
+  // name kept, so that a later build tries again.
+  if (found && !getImpl(imp->mpParent)->linkSubClass(cls)) {
+    imp->setParentLink(nullptr);
+    kmrxOutOfMemory(L"linking a class to its parent");
+    return;
+  }
   _kmStrdupFree(imp->mpParentName);
   imp->mpParentName = nullptr;
 }
@@ -237,15 +264,24 @@ void YcRxClassImp::setModuleProxy(YcRxDynLoadModuleProxy* module) {
 }
 
 void YcRxClassImp::addSubRxClass(YcRxClass* sub) {
-  if (!sub) return;
+  if (!linkSubClass(sub) && sub) kmrxOutOfMemory(L"a class's list of sub-classes");
+}
+
+bool YcRxClassImp::linkSubClass(YcRxClass* sub) {
+  if (!sub) return true;
   if (!mpSubClasses) mpSubClasses = new YcRxLinkedList();
+  if (!mpSubClasses) return false;
+  const int before = mpSubClasses->count();
   mpSubClasses->addTail(sub);
+  if (mpSubClasses->count() == before) return false;
   if (mpPEObjectMap) {
     for (auto& entry : mpPEObjectMap->tree()) {
       auto* protocolClass = static_cast<YcRxClass*>(const_cast<YcRxObject*>(entry.first));
-      subAddX(sub, protocolClass, entry.second, entry.second);
+      if (!pushDown(sub, protocolClass, entry.second, entry.second))
+        kmrxOutOfMemory(L"a protocol extension a sub-class inherits");
     }
   }
+  return true;
 }
 
 // --- protocol extensions --------------------------------------------------------
@@ -263,7 +299,12 @@ YcRxObject* YcRxClassImp::addX(YcRxClass* protocolClass, YcRxObject* extension) 
   if (!protocolClass) return nullptr;
   YcRxObject* value = extension;
   if (!value) value = mpParent ? mpParent->queryX(protocolClass) : nullptr;
-  YcRxObject* old = getPEObjectMap()->find(protocolClass);
+  YcRxPEClassMap* map = getPEObjectMap();
+  if (!map) {
+    kmrxOutOfMemory(L"a protocol extension");
+    return nullptr;
+  }
+  YcRxObject* old = map->find(protocolClass);
   subAddX(this, protocolClass, value, old);
   // Credited to the module now running; a value set from elsewhere, or a
   // delX, takes the module's own away.
@@ -287,26 +328,41 @@ YcRxObject* YcRxClassImp::delX(YcRxClass* protocolClass) { return addX(protocolC
 
 YcRxObject* YcRxClassImp::queryX(const YcRxClass* protocolClass) {
   if (!protocolClass) return nullptr;
-  return getPEObjectMap()->find(protocolClass);
+  YcRxPEClassMap* map = getPEObjectMap();  // made on first use, as defined
+  return map ? map->find(protocolClass) : nullptr;
 }
 
 void YcRxClassImp::subAddX(YcRxClass* cls, YcRxClass* protocolClass, YcRxObject* newValue,
                            YcRxObject* oldValue) {
+  if (!pushDown(cls, protocolClass, newValue, oldValue)) kmrxOutOfMemory(L"a protocol extension");
+}
+
+// The push-down step; false when a class on the way had no memory for its
+// entry (it then lacks the value, the others have it).
+bool YcRxClassImp::pushDown(YcRxClass* cls, YcRxClass* protocolClass, YcRxObject* newValue,
+                            YcRxObject* oldValue) {
   YcRxClassImp* imp = getImpl(cls);
-  YcRxPEClassMap::Tree& tree = imp->getPEObjectMap()->tree();
-  auto pos = tree.find(protocolClass);
-  YcRxObject* current = pos != tree.end() ? pos->second : nullptr;
-  if (!current || current == oldValue) {
-    getImpl(protocolClass)->mIsProtocolClass = true;
-    if (pos != tree.end())
-      pos->second = newValue;
-    else
-      tree.emplace(protocolClass, newValue);
+  YcRxPEClassMap* map = imp->getPEObjectMap();
+  bool whole = map != nullptr;
+  if (map) {
+    YcRxPEClassMap::Tree& tree = map->tree();
+    auto pos = tree.find(protocolClass);
+    YcRxObject* current = pos != tree.end() ? pos->second : nullptr;
+    if (!current || current == oldValue) {
+      getImpl(protocolClass)->mIsProtocolClass = true;
+      if (pos != tree.end())
+        pos->second = newValue;
+      else
+        whole = kmrxTry(L"a protocol extension", [&] { tree.emplace(protocolClass, newValue); });
+    }
   }
-  if (imp->mpSubClasses) {
-    _SubAddXHelper helper(protocolClass, newValue, oldValue);
-    WalkRxIterable(imp->mpSubClasses, helper);
-  }
+  // Every direct sub-class, as _SubAddXHelper would visit it, walked by its
+  // nodes so that no iterator has to be allocated.
+  if (imp->mpSubClasses)
+    for (YcRxLinkedNode* node = imp->mpSubClasses->frontNode(); node; node = node->next())
+      if (YcRxClassImp* sub = YcRxClassImp::cast(node->object()))
+        whole = pushDown(sub, protocolClass, newValue, oldValue) && whole;
+  return whole;
 }
 
 void _SubAddXHelper::operator()(YcRxObject* obj) const {
@@ -318,11 +374,16 @@ void _SubAddXHelper::operator()(YcRxObject* obj) const {
 
 bool YcRxClassImp::addObjectContextMenu(const YcRxObject* menu, const void* module) {
   if (!menu) return false;
-  if (!mpContextMenus) mpContextMenus = new KmVector<ContextMenu>(2, 4);
+  if (!mpContextMenus) mpContextMenus = kmrxNew<KmVector<ContextMenu>>(2, 4);
+  if (!mpContextMenus) {
+    kmrxOutOfMemory(L"a class's context menus");
+    return false;
+  }
   for (int i = 0; i < mpContextMenus->length(); ++i)
     if ((*mpContextMenus)[i].first == menu) return false;
-  mpContextMenus->append(ContextMenu(menu, static_cast<const YcRxDynLoadModuleProxy*>(module)));
-  return true;
+  return kmrxTry(L"a class's context menus", [&] {
+    mpContextMenus->append(ContextMenu(menu, static_cast<const YcRxDynLoadModuleProxy*>(module)));
+  });
 }
 
 bool YcRxClassImp::removeObjectContextMenu(const YcRxObject* menu) {
@@ -403,10 +464,8 @@ void deleteYcRxClass(YcRxClass* cls) {
 
 void ycrxBuildClassHierarchy() {
   YcRxDictionary* classes = kmrxClassDictionary();
-  if (!classes) return;
-  YcRxDictionaryIterator* it = classes->newIterator(YcRx::kDictKeyOrder);
-  for (; !it->done(); it->next())
-    if (YcRxObject* entry = it->object())
-      YcRxClassImp::initializeHierarchy(static_cast<YcRxClass*>(entry), classes);
-  delete it;
+  kmrxVisitEntries(classes, YcRx::kDictKeyOrder, [&](YcRxDictionaryIterator& entry) {
+    if (YcRxObject* cls = entry.object())
+      YcRxClassImp::initializeHierarchy(static_cast<YcRxClass*>(cls), classes);
+  });
 }

@@ -3,6 +3,11 @@
 #include <cstdarg>
 #include <cwchar>
 #include <cwctype>
+#include <new>
+#include <utility>
+
+#include "KmErrorStatus.h"
+#include "KmHeap.h"
 
 class YcRxClass;
 
@@ -14,8 +19,11 @@ void kmrxFatalCode(int code);
 // The root descriptor slot: set by InitRxRootObject, never cleared.
 YcRxClass*& kmrxRootDescSlot();
 
-// Registers the runtime's own classes, in start-up order.
-void kmrxRegisterRuntimeClasses();
+// Registers the runtime's own classes, in start-up order; the name of the
+// first that could not be registered, or null.
+const wchar_t* kmrxRegisterRuntimeClasses();
+// The name of a runtime class not linked to its parent, or null.
+const wchar_t* kmrxUnlinkedRuntimeClass();
 
 // wcscasecmp with the same answers, without a locale call for ASCII letters:
 // case-blind look-ups (class, service and module names) sit on hot paths.
@@ -30,4 +38,47 @@ inline bool kmrxSameNameNoCase(const wchar_t* a, const wchar_t* b) {
 // Compares a and b exactly, or without regard to case.
 inline int kmrxCompareText(const wchar_t* a, const wchar_t* b, bool ignoreCase) {
   return ignoreCase ? kmrxCompareNoCase(a, b) : std::wcscmp(a, b);
+}
+
+// Exhausted memory: reported through the fatal-error service ("Out of memory:
+// <what>"), so that no fallback passes without a trace.
+void kmrxOutOfMemory(const wchar_t* what);
+
+// A plain (non-runtime) object in the platform heap: null when memory runs
+// out, also when its constructor throws for want of memory.
+template <class T, class... Args>
+T* kmrxNew(Args&&... args) noexcept {
+  void* block = _kmMalloc(sizeof(T));
+  if (!block) return nullptr;
+  try {
+    return ::new (block) T(std::forward<Args>(args)...);
+  } catch (KmErrorStatus* error) {  // what the array template throws
+    delete error;
+  } catch (const std::bad_alloc&) {
+  }
+  _kmFree(block);
+  return nullptr;
+}
+
+template <class T>
+void kmrxDelete(T* object) noexcept {
+  if (!object) return;
+  object->~T();
+  _kmFree(object);
+}
+
+// Runs an operation of the array template or a container; false when it
+// threw for want of memory (or any misuse the array reports), which is then
+// reported as running out of memory for what.
+template <class Operation>
+bool kmrxTry(const wchar_t* what, Operation operation) noexcept {
+  try {
+    operation();
+    return true;
+  } catch (KmErrorStatus* error) {
+    delete error;
+  } catch (const std::bad_alloc&) {
+  }
+  kmrxOutOfMemory(what);
+  return false;
 }

@@ -7,10 +7,10 @@
 #include "YcRxClassImp.h"
 #include "YcRxDictionaryImp.h"
 #include "YcRxDictionaryImpIterator.h"
-#include "YcRxDictionaryWalker.h"
 #include "YcRxDynamicLinkerImp.h"
 #include "YcRxKernelServiceImp.h"
 #include "YcRxProtocolReactorManagerFactoryImp.h"
+#include "containers/KmRxVisit.h"
 #include "core/KmRxContext.h"
 #include "core/YcRxInternal.h"
 
@@ -23,18 +23,34 @@ const wchar_t* gpFatalCodeTemplate = L"Rx module fatal error, code is %d";
 const wchar_t* gpDefaultAbortText = L"Error abort!";
 
 void makeReport(const wchar_t* message) {
-  auto* exception = new KmExceptionWithMsg(L"", 0, message);
-  if (KmCrashRecorder* recorder = ycadGetCrashRecorder()) recorder->record(*exception);
-  delete exception;
+  // On the stack: a report must get through when memory has run out.
+  const KmExceptionWithMsg exception(L"", 0, message);
+  if (KmCrashRecorder* recorder = ycadGetCrashRecorder()) recorder->record(exception);
 }
 
-// Condemns every class at teardown; never stops the walk.
+// Condemns every class at teardown; never stops the walk. A class that
+// cannot be queued for want of memory goes at once: in the last batch the
+// order does not matter.
 struct YcRxClassCleaner {
-  bool operator()(YcRxObject* value, int) const {
-    if (YcRxClass* cls = YcRxClass::cast(value)) deleteYcRxClass(cls);
+  bool operator()(YcRxDictionary* classes, YcRxDictionaryIterator& entry) const {
+    YcRxClass* cls = YcRxClass::cast(entry.object());
+    if (!cls) return false;
+    const int queued = YcRxClassImp::getDoomedRxClassCount();
+    deleteYcRxClass(cls);
+    if (YcRxClassImp::getDoomedRxClassCount() == queued) {
+      classes->remove(entry.id());
+      delete cls;
+    }
     return false;
   }
 };
+
+// Puts value under key; false when it did not get there (no memory for the key).
+bool put(YcRxDictionary* dict, const wchar_t* key, YcRxObject* value) {
+  if (!dict || !value) return false;
+  unsigned int id = 0;
+  return dict->atPut(key, value, id) == nullptr && dict->at(key) == value;
+}
 
 }  // namespace
 
@@ -94,6 +110,8 @@ void kmrxFatal(const wchar_t* format, ...) {
   va_end(args);
 }
 
+void kmrxOutOfMemory(const wchar_t* what) { kmrxFatal(L"Out of memory: %s", what ? what : L""); }
+
 void kmrxFatalCode(int code) {
   if (gpSingleton)
     gpSingleton->moduleFatalError(code);
@@ -131,12 +149,21 @@ YcRxDictionary* YcRxModuleGlobal::createRxServices() {
 }
 
 YcRxKernel* YcRxModuleGlobal::createRxKernel() {
+  // Null when memory runs out: runtime objects come from the platform heap.
   if (!mpRxKernel) mpRxKernel = new YcRxKernelServiceImp();
   return mpRxKernel;
 }
 
 YcRxDynamicLinker* YcRxModuleGlobal::createRxDynamicLinker() {
-  if (!mpRxDynamicLinker) mpRxDynamicLinker = new YcRxDynamicLinkerImp();
+  if (!mpRxDynamicLinker) {
+    auto* linker = new YcRxDynamicLinkerImp();
+    // A linker without its module dictionary or queue would fault later.
+    if (linker && !linker->isComplete()) {
+      delete linker;
+      linker = nullptr;
+    }
+    mpRxDynamicLinker = linker;
+  }
   return mpRxDynamicLinker;
 }
 
@@ -157,20 +184,56 @@ void YcRxModuleGlobal::rxInitialize() {
   ycrxBuildClassHierarchy();
 }
 
+namespace {
+
+// Start-up could not make what it names: it says so, takes down what was
+// built, and leaves the runtime stopped, where every call returns safely.
+YcRxObject* failStartUp(const wchar_t* what, bool rootMadeNow) {
+  ycrx_abort(L"The runtime could not start: there was no memory for %s. It stays stopped; "
+             L"start it again once memory is available.",
+             what);
+  YcRxModuleGlobal::Unitialize();
+  // The root went with the classes it was made with.
+  if (rootMadeNow) kmrxRootDescSlot() = nullptr;
+  return nullptr;
+}
+
+}  // namespace
+
 YcRxObject* YcRxModuleGlobal::Initialize() {
   if (gpSingleton) gpSingleton->moduleFatalError(L"YcRxModuleGlobal has initialized already!!!");
-  gpSingleton = new YcRxModuleGlobal();
-  kmrxStartContext();
+  gpSingleton = kmrxNew<YcRxModuleGlobal>();
+  if (!gpSingleton || !kmrxStartContext()) return failStartUp(L"the module global", false);
   YcRxModuleGlobal* g = gpSingleton;
   YcRxDictionary* registry = g->createSysRegistry();
+  if (!registry) return failStartUp(L"the system registry", false);
   kmrxContext()->sysRegistry = registry;
-  registry->atPut(L"ClassDictionary", g->createRxClasses());
+  if (!put(registry, L"ClassDictionary", g->createRxClasses()))
+    return failStartUp(L"the class dictionary", false);
+  const bool rootMissing = kmrxRootDescSlot() == nullptr;
   g->rxInitialize();
-  registry->atPut(L"DynamicLinker", g->createRxDynamicLinker());
+  const bool rootMadeNow = rootMissing && kmrxRootDescSlot();
+  if (rootMissing && !rootMadeNow) return failStartUp(L"the root class", false);
+  if (const wchar_t* missing = kmrxRegisterRuntimeClasses()) return failStartUp(missing, rootMadeNow);
+  // Without a root of its own (a second start-up) the tree cannot be linked, as defined.
+  if (g->mpRxClasses->has(L"AcRxObject"))
+    if (const wchar_t* unlinked = kmrxUnlinkedRuntimeClass()) return failStartUp(unlinked, rootMadeNow);
+  if (!put(registry, L"DynamicLinker", g->createRxDynamicLinker()))
+    return failStartUp(L"the dynamic linker", rootMadeNow);
   YcRxDictionary* services = g->createRxServices();
-  registry->atPut(L"ServiceDictionary", services);
-  g->mpRxDynamicLinker->registerService(L"KernelServices", g->createRxKernel());
-  return services->atPut(L"ProtocolReactorManager", new YcRxProtocolReactorManagerFactoryImp());
+  if (!put(registry, L"ServiceDictionary", services))
+    return failStartUp(L"the service dictionary", rootMadeNow);
+  YcRxKernel* kernel = g->createRxKernel();
+  g->mpRxDynamicLinker->registerService(L"KernelServices", kernel);
+  if (!kernel || services->at(L"KernelServices") != kernel)
+    return failStartUp(L"the kernel service", rootMadeNow);
+  auto* factory = new YcRxProtocolReactorManagerFactoryImp();
+  YcRxObject* last = factory ? services->atPut(L"ProtocolReactorManager", factory) : nullptr;
+  if (!factory || services->at(L"ProtocolReactorManager") != factory) {
+    delete factory;
+    return failStartUp(L"the protocol reactor manager factory", rootMadeNow);
+  }
+  return last;
 }
 
 void YcRxModuleGlobal::Unitialize() {
@@ -191,10 +254,10 @@ void YcRxModuleGlobal::Unitialize() {
   g->mpRxDynamicLinker = nullptr;
 
   YcRxClassImp::destroyDoomedRxClasses(true);
-  {
-    YcRxDictionaryWalker<YcRxDictionary, YcRxClassCleaner, int> walker(g->mpRxClasses);
-    walker.go(0);
-  }
+  // Every class is condemned, walking without an iterator to allocate.
+  const YcRxClassCleaner cleaner;
+  kmrxVisitEntries(g->mpRxClasses, YcRx::kDictIdOrder,
+                   [&](YcRxDictionaryIterator& entry) { cleaner(g->mpRxClasses, entry); });
   // Descriptors displaced by a class of the same name go in the same batch.
   if (KmRxContext* context = kmrxContext()) {
     YcArray<YcRxClass*>& displaced = context->displacedClasses;
@@ -207,7 +270,7 @@ void YcRxModuleGlobal::Unitialize() {
   delete g->mpSysRegistry;
   g->mpSysRegistry = nullptr;
   kmrxEndContext();
-  delete g;
+  kmrxDelete(g);
   gpSingleton = nullptr;
 }
 
@@ -219,6 +282,8 @@ void UninitializeYcRxSystem() { YcRxModuleGlobal::Unitialize(); }
 
 YcRxModuleGlobal* ycrxGetModule() { return gpSingleton; }
 
-YcRxDictionary* ycrxSysRegistry() { return ycrxGetModule()->getSysRegistry(); }
+// Null instead of a fault outside start-up and teardown, so that a runtime
+// that could not start answers every call safely.
+YcRxDictionary* ycrxSysRegistry() { return gpSingleton ? gpSingleton->getSysRegistry() : nullptr; }
 
-YcRxDictionary* ycrxInternalGetClassDic() { return ycrxGetModule()->getRxClasses(); }
+YcRxDictionary* ycrxInternalGetClassDic() { return gpSingleton ? gpSingleton->getRxClasses() : nullptr; }

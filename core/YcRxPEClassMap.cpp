@@ -19,10 +19,13 @@ YcRxGenericMapIterator* YcRxPEClassMap::newMapIterator() const {
 
 YcRxObject* YcRxPEClassMap::setAt(const YcRxObject* key, YcRxObject* value) {
   if (!key) return nullptr;
-  auto result = mTree.emplace(key, value);
-  if (result.second) return nullptr;
-  YcRxObject* old = result.first->second;
-  result.first->second = value;
+  auto pos = mTree.find(key);
+  if (pos == mTree.end()) {
+    kmrxTry(L"a protocol extension", [&] { mTree.emplace(key, value); });
+    return nullptr;
+  }
+  YcRxObject* old = pos->second;
+  pos->second = value;
   return old;
 }
 

@@ -1,10 +1,12 @@
 // The growable array used for all internal lists. It doubles while its storage
 // is under 64 KiB and then grows in 64 KiB steps, never by less than its grow
 // length. Misuse and exhausted memory throw a heap-allocated KmErrorStatus.
+// Its storage comes from the platform allocator.
 #pragma once
 #include <cstring>
 #include <new>
 #include "KmErrorStatus.h"
+#include "KmHeap.h"
 
 // Moves elements by copying bytes: pointers and plain values.
 template <typename T>
@@ -45,7 +47,7 @@ public:
     if (this != &other) {
       if (mPhysicalLen < other.mLogicalLen) {
         T* fresh = allocate(other.mLogicalLen);
-        delete[] mpArray;
+        destroy(mpArray, mPhysicalLen);
         mpArray = fresh;
         mPhysicalLen = other.mLogicalLen;
       }
@@ -56,7 +58,7 @@ public:
     return *this;
   }
 
-  ~YcArray() { delete[] mpArray; }
+  ~YcArray() { destroy(mpArray, mPhysicalLen); }
 
   T& operator[](int i) { return mpArray[checked(i)]; }
   const T& operator[](int i) const { return mpArray[checked(i)]; }
@@ -143,7 +145,7 @@ public:
     T* fresh = n > 0 ? allocate(n) : nullptr;
     const int keep = mLogicalLen < n ? mLogicalLen : n;
     if (fresh) R::reallocate(fresh, mpArray, keep);
-    delete[] mpArray;
+    destroy(mpArray, mPhysicalLen);
     mpArray = fresh;
     mPhysicalLen = n;
     mLogicalLen = keep;
@@ -164,11 +166,21 @@ private:
     return i;
   }
 
+  // n elements, each constructed, in platform memory.
   static T* allocate(int n) {
-    T* p = new (std::nothrow) T[static_cast<unsigned>(n)];
-    if (!p) fail(Ycad::eOutOfMemory);
+    void* block = _kmMalloc(sizeof(T) * static_cast<std::size_t>(n));
+    if (!block) fail(Ycad::eOutOfMemory);
+    T* p = static_cast<T*>(block);
+    for (int i = 0; i < n; ++i) ::new (p + i) T();
     return p;
   }
+
+  static void destroy(T* p, int n) {
+    if (!p) return;
+    for (int i = n; i > 0; --i) p[i - 1].~T();
+    _kmFree(p);
+  }
+
 
   void growTo(int needed) {
     long long step = (static_cast<long long>(mPhysicalLen) * sizeof(T) < 65536)
@@ -180,7 +192,7 @@ private:
     if (target > 0x7fffffff) fail(Ycad::eOutOfMemory);
     T* fresh = allocate(static_cast<int>(target));
     R::reallocate(fresh, mpArray, mLogicalLen);
-    delete[] mpArray;
+    destroy(mpArray, mPhysicalLen);
     mpArray = fresh;
     mPhysicalLen = static_cast<int>(target);
   }

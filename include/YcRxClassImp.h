@@ -15,6 +15,9 @@ class YcRxPEClassMap;
 class KMRX_API YcRxClassImp : public YcRxClass, public YcBaseClassWithNew {
 public:
   YCRX_DECLARE_MEMBERS(YcRxClassImp);
+  // Both bases allocate from the platform heap; this one is named as theirs.
+  using YcBaseClassWithNew::operator new;
+  using YcBaseClassWithNew::operator delete;
 
   typedef std::pair<const YcRxObject*, const YcRxDynLoadModuleProxy*> ContextMenu;
 
@@ -93,6 +96,10 @@ public:
 private:
   // Every change of a parent link goes through here.
   void setParentLink(YcRxClass* parent);
+  // addSubRxClass that tells whether the class got into the list.
+  bool linkSubClass(YcRxClass* sub);
+  static bool pushDown(YcRxClass* cls, YcRxClass* protocolClass, YcRxObject* newValue,
+                       YcRxObject* oldValue);
 
   static YcArray<YcRxClass*> smDoomedRxClassArray;
   static bool smCheckDoomDependency;

@@ -2,6 +2,7 @@
 // slots reused lowest first) and, when sorted, a key index over it.
 #pragma once
 #include <map>
+#include "KmHeap.h"
 #include "YcArray.h"
 #include "YcRxDictionary.h"
 #include "YcRxString.h"
@@ -36,7 +37,9 @@ public:
     bool operator()(const YcRxString* a, const wchar_t* b) const;
     bool operator()(const wchar_t* a, const YcRxString* b) const;
   };
-  typedef std::map<const YcRxString*, int, Less> Map;
+  typedef std::map<const YcRxString*, int, Less,
+                   KmStdAllocator<std::pair<const YcRxString* const, int>>>
+      Map;
   typedef Map::iterator iterator;
   typedef Map::const_iterator const_iterator;
 
@@ -46,9 +49,14 @@ public:
   // Position of the key equal to text (under the stored keys' case rule), or end.
   iterator find(const wchar_t* text) { return mMap.find(text); }
   int& append(const YcRxString* key);
-  void append(const YcRxString* key, int index);
+  // False when there was no memory for the entry (nothing is entered then).
+  bool append(const YcRxString* key, int index);
   const YcRxString* removeAt(const YcRxString* key);
   const YcRxString* removeAt(iterator position);
+  // Moves the entry at position to newKey with index, as removeAt and append
+  // would, without allocating; an entry equal to newKey that is already there
+  // is kept instead.
+  void rekey(iterator position, const YcRxString* newKey, int index);
   void wipeout() { mMap.clear(); }
   int count() const { return static_cast<int>(mMap.size()); }
   iterator begin() { return mMap.begin(); }
@@ -108,7 +116,11 @@ public:
   static unsigned int idxToId(int index) { return static_cast<unsigned int>(index + 1); }
 
   // For the iterator: the item array (logical length = end) and key index.
-  const ItemArray& items() const { return *mpItems; }
+  // A dictionary whose construction ran out of memory has no array; it reads
+  // as empty.
+  const ItemArray& items() const;
+  // Whether construction got its item array (and key index when sorted).
+  bool isComplete() const;
   const YcRxStringToIdMap* keyIndex() const { return mpKeyIndex; }
 
 private:

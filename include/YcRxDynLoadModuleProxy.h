@@ -19,6 +19,9 @@ struct RxYDSAppTableEntryType {
 class KMRX_API YcRxDynLoadModuleProxy : public YcRxObject, public YcBaseClassWithNew {
 public:
   YCRX_DECLARE_MEMBERS(YcRxDynLoadModuleProxy);
+  // Both bases allocate from the platform heap; this one is named as theirs.
+  using YcBaseClassWithNew::operator new;
+  using YcBaseClassWithNew::operator delete;
 
   YcRxDynLoadModuleProxy();
   explicit YcRxDynLoadModuleProxy(void* handle);

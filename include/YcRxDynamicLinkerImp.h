@@ -49,6 +49,7 @@ public:
   YcRxDynLoadModuleProxy* findRxModuleProxyByModuleName(const wchar_t* name, bool raiseError);
   bool handleRemoteURL(YcRxString& out, const wchar_t* name);
   YcRxDynLoadModuleProxy* verifyModule(const YcRxString& path, bool printIt, bool asCmd);
+  bool enterRecord(const wchar_t* key, YcRxDynLoadModuleProxy* record);
   bool startYrxLoadProtocol(YcRxDynLoadModuleProxy* module, bool printIt);
   bool yrxKeyCheck(YcRxDynLoadModuleProxy* module, bool printIt);
   void sendBeginYrxLoading(const wchar_t* fileName);
@@ -86,6 +87,8 @@ public:
   void loadStarupApps();
 
   YcRxDictionary* moduleDictionary() const { return mpModules; }
+  // Whether construction got everything it needs (memory may have run out).
+  bool isComplete() const { return mpModules && mpUnloadQueue && spMySelf; }
   void* currentModuleHandle() const { return mpCurrentModule; }
   int unloadDepth() const { return mUnloadDepth; }
   static YcRxDynLoadModuleProxy* mySelf() { return spMySelf; }

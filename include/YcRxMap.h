@@ -3,6 +3,7 @@
 // against each other count as the same key.
 #pragma once
 #include <map>
+#include "KmHeap.h"
 #include "YcRxGenericMap.h"
 
 class KMRX_API YcRxMap : public YcRxGenericMap {
@@ -12,7 +13,9 @@ public:
   struct YcRxObjLess {
     bool operator()(const YcRxObject* a, const YcRxObject* b) const;
   };
-  typedef std::map<const YcRxObject*, YcRxObject*, YcRxObjLess> Tree;
+  typedef std::map<const YcRxObject*, YcRxObject*, YcRxObjLess,
+                   KmStdAllocator<std::pair<const YcRxObject* const, YcRxObject*>>>
+      Tree;
 
   YcRxMap();
   ~YcRxMap() override;

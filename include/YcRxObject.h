@@ -1,7 +1,9 @@
 // The root of every runtime object: identity by descriptor (isA/isKindOf),
 // cloning, comparison, and access to the protocol extensions of its class.
 #pragma once
+#include <cstddef>
 #include "KmErrorStatus.h"
+#include "KmHeap.h"
 #include "KmRxExport.h"
 #include "YcRxTypes.h"
 
@@ -15,6 +17,13 @@ public:
   virtual Ycad::ErrorStatus copyFrom(const YcRxObject* other);
   virtual bool isEqualTo(const YcRxObject* other) const;
   virtual YcRx::Ordering comparedTo(const YcRxObject* other) const;
+
+  // Runtime objects live in the platform heap, where a test can make an
+  // allocation fail; new then yields null instead of throwing.
+  static void* operator new(std::size_t size) noexcept { return _kmMalloc(size); }
+  static void operator delete(void* p) noexcept {
+    if (p) _kmFree(p);
+  }
 
   // The root descriptor "AcRxObject".
   static YcRxClass* desc();

@@ -2,6 +2,7 @@
 // address order of the protocol classes. It never owns the extensions.
 #pragma once
 #include <map>
+#include "KmHeap.h"
 #include "YcRxGenericMap.h"
 
 class KMRX_API YcRxPEClassMap : public YcRxGenericMap {
@@ -11,7 +12,9 @@ public:
   struct YcRxPEClassLess {
     bool operator()(const YcRxObject* a, const YcRxObject* b) const { return a < b; }
   };
-  typedef std::map<const YcRxObject*, YcRxObject*, YcRxPEClassLess> Tree;
+  typedef std::map<const YcRxObject*, YcRxObject*, YcRxPEClassLess,
+                   KmStdAllocator<std::pair<const YcRxObject* const, YcRxObject*>>>
+      Tree;
 
   YcRxPEClassMap();
   ~YcRxPEClassMap() override;

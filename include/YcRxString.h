@@ -8,6 +8,9 @@
 class KMRX_API YcRxString : public YcRxObject, public YcBaseClassWithNew {
 public:
   YCRX_DECLARE_MEMBERS(YcRxString);
+  // Both bases allocate from the platform heap; this one is named as theirs.
+  using YcBaseClassWithNew::operator new;
+  using YcBaseClassWithNew::operator delete;
 
   YcRxString();
   YcRxString(const YcRxString& other);

@@ -96,7 +96,7 @@ YcRxDynamicLinkerImp::YcRxDynamicLinkerImp()
     void* self = KmKernel32::GetModuleHandleFromAddress(reinterpret_cast<const void*>(&ycrxLoadModule));
     spMySelf = YcRxDynLoadModuleProxy::createRxModuleProxy(self);
     YcRxString path;
-    if (YcRxDynLoadModuleProxy::getModuleFileNameByHRXModule(self, path))
+    if (spMySelf && YcRxDynLoadModuleProxy::getModuleFileNameByHRXModule(self, path))
       spMySelf->setFileName(path.rawString());
   }
   mpCurrentModule = spMySelf ? spMySelf->rxModuleHandle() : nullptr;
@@ -179,7 +179,10 @@ bool YcRxDynamicLinkerImp::loadModule(const wchar_t* name, bool printIt, bool as
     return false;
   }
   wchar_t* buffer = local.getBuffer(kKmTextBuffer);
-  if (!buffer) return false;
+  if (!buffer) {
+    kmrxOutOfMemory(L"the path of a module to load");
+    return false;
+  }
   const Ycad::ErrorStatus found =
       services->findFile(buffer, kKmTextBuffer, name, nullptr, YcDbHostApplicationServices::kModuleFile);
   buffer[kKmTextBuffer - 1] = 0;
@@ -193,15 +196,29 @@ bool YcRxDynamicLinkerImp::loadModule(const wchar_t* name, bool printIt, bool as
   if (!record) return false;
   if (record->moduleRefCount() > 1) return true;
 
-  // A record already under this key is replaced in place (same id, same walk
-  // order) and stays loaded and alive, out of the dictionary.
-  if (const unsigned int id = mpModules->idAt(key.c_str())) {
-    if (YcRxDynLoadModuleProxy* old = YcRxDynLoadModuleProxy::cast(mpModules->atPut(id, record)))
-      kmrxContext()->supersededRecords.append(old);
-  } else {
-    mpModules->atPut(key.c_str(), record);
+  if (!enterRecord(key.c_str(), record)) {
+    kmrxOutOfMemory(L"the record of a loaded module");
+    kmrxLog(L"yrx " + std::wstring(local.rawString()) + L" load failure: out of memory for its record");
+    delete record;  // releases the module again
+    return false;
   }
   return startYrxLoadProtocol(record, printIt);
+}
+
+// A record already under this key is replaced in place (same id, same walk
+// order) and stays loaded and alive, out of the dictionary. False when there
+// was no memory to keep it.
+bool YcRxDynamicLinkerImp::enterRecord(const wchar_t* key, YcRxDynLoadModuleProxy* record) {
+  if (const unsigned int id = mpModules->idAt(key)) {
+    YcArray<YcRxDynLoadModuleProxy*>& superseded = kmrxContext()->supersededRecords;
+    // Room first, so the displaced record cannot be lost.
+    if (!kmrxTry(L"the records of displaced modules", [&] { superseded.append(nullptr); })) return false;
+    superseded.last() = YcRxDynLoadModuleProxy::cast(mpModules->atPut(id, record));
+    if (!superseded.last()) superseded.removeLast();
+    return true;
+  }
+  unsigned int id = 0;
+  return mpModules->atPut(key, record, id) == nullptr && mpModules->at(key) == record;
 }
 
 YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& path, bool printIt,

@@ -12,6 +12,7 @@
 #include "YcRxDynamicLinkerImp.h"
 #include "YcRxString.h"
 #include "core/YcRxInternal.h"
+#include "containers/KmRxVisit.h"
 #include "linker/YcRxLinkerInternal.h"
 
 YCRX_DEFINE_MEMBERS(YcRxDLinkerReactor, L"AcRxDLinkerReactor", L"AcRxObject")
@@ -98,10 +99,25 @@ struct FindRxModuleProxyByAppName {
 
 struct GetAllLoadedModules {
   bool operator()(YcRxObject* value, YcArray<const YcRxDynLoadModuleProxy*>* out) const {
-    out->append(static_cast<YcRxDynLoadModuleProxy*>(value));
-    return false;
+    // A caller's array that cannot grow ends the walk (reported), not the host.
+    return !kmrxTry(L"the list of loaded modules",
+                    [&] { out->append(static_cast<YcRxDynLoadModuleProxy*>(value)); });
   }
 };
+
+// What the dictionary walker does with these function objects (the first
+// value they accept, skipping null values), walking without an iterator to
+// allocate: a search that cannot fail for want of memory.
+template <class Functor, class Arg>
+YcRxDynLoadModuleProxy* walkModules(YcRxDictionary* modules, Arg arg) {
+  const Functor accepts;
+  YcRxObject* hit = nullptr;
+  kmrxVisitEntries(modules, YcRx::kDictKeyOrder, [&](YcRxDictionaryIterator& entry) {
+    YcRxObject* value = entry.object();
+    if (!hit && value && accepts(value, arg)) hit = value;
+  });
+  return static_cast<YcRxDynLoadModuleProxy*>(hit);
+}
 
 // The record behind an application handle; fatal 46 for an object of another class.
 YcRxDynLoadModuleProxy* recordOfHandle(void* appHandle) {
@@ -145,16 +161,15 @@ bool YcRxDynamicLinkerImp::sendMessageToApp(const wchar_t* fileName, YcRx::AppMs
   YcadHostApplication* app = kmrxHostApp();
   if (!app) return false;
   YcRxDynLoadModuleProxy* target = nullptr;
-  YcRxDictionaryIterator* it = mpModules->newIterator(YcRx::kDictKeyOrder);
-  for (; !it->done() && !target; it->next()) {
-    auto* record = static_cast<YcRxDynLoadModuleProxy*>(it->object());
-    if (!record || !record->fileName()) continue;
+  kmrxVisitEntries(mpModules, YcRx::kDictKeyOrder, [&](YcRxDictionaryIterator& entry) {
+    auto* record = static_cast<YcRxDynLoadModuleProxy*>(entry.object());
+    if (target || !record || !record->fileName()) return;
     wchar_t full[kKmTextBuffer];
     if (kmrxSameNameNoCase(record->fileName(), fileName) ||
-        (KmPathMaker::getFullFileName(record->fileName(), full, kKmTextBuffer) && kmrxSameNameNoCase(full, fileName)))
+        (KmPathMaker::getFullFileName(record->fileName(), full, kKmTextBuffer) &&
+         kmrxSameNameNoCase(full, fileName)))
       target = record;
-  }
-  delete it;
+  });
   if (!target) return false;
   DeliveryScope scope(app, target);
   // True once the module is found, whatever it answers: callers rely on it.
@@ -165,15 +180,12 @@ bool YcRxDynamicLinkerImp::sendMessageToApp(const wchar_t* fileName, YcRx::AppMs
 int YcRxDynamicLinkerImp::sendMessageToAllApp(YcRx::AppMsgCode code, void* arg) {
   YcadHostApplication* app = kmrxHostApp();
   if (!app) return 0;
-  YcRxDictionaryIterator* it = mpModules->newIterator(YcRx::kDictKeyOrder);
-  if (!it) return 0;
-  for (; !it->done(); it->next()) {
-    auto* record = static_cast<YcRxDynLoadModuleProxy*>(it->object());
-    if (!record) continue;
+  kmrxVisitEntries(mpModules, YcRx::kDictKeyOrder, [&](YcRxDictionaryIterator& entry) {
+    auto* record = static_cast<YcRxDynLoadModuleProxy*>(entry.object());
+    if (!record) return;
     DeliveryScope scope(app, record);
     sendMessageToApp(record, code, arg);
-  }
-  delete it;
+  });
   return 0;
 }
 
@@ -329,26 +341,21 @@ unsigned int YcRxDynamicLinkerImp::ProductLcid() {
 // --- searches ------------------------------------------------------------------------------
 
 bool YcRxDynamicLinkerImp::hasNoMDIAwareModule() {
-  YcRxDictionaryWalker<YcRxDictionary, SearchNoMDIAwareModule, int> walker(mpModules);
-  return walker.go(0) != nullptr;
+  return walkModules<SearchNoMDIAwareModule>(mpModules, 0) != nullptr;
 }
 
 YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::findRxModuleProxyByHRXMod(void* handle) {
   if (!handle) return nullptr;
-  YcRxDictionaryWalker<YcRxDictionary, FindRxModuleProxyByHRxMod, void*> walker(mpModules);
-  return static_cast<YcRxDynLoadModuleProxy*>(walker.go(handle));
+  return walkModules<FindRxModuleProxyByHRxMod>(mpModules, handle);
 }
 
 YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::findRxModuleProxyByAppName(const wchar_t* appName) {
   if (!appName || !*appName) return nullptr;
-  YcRxDictionaryWalker<YcRxDictionary, FindRxModuleProxyByAppName, const wchar_t*> walker(mpModules);
-  return static_cast<YcRxDynLoadModuleProxy*>(walker.go(appName));
+  return walkModules<FindRxModuleProxyByAppName>(mpModules, appName);
 }
 
 void YcRxDynamicLinkerImp::getLoadedModules(YcArray<const YcRxDynLoadModuleProxy*>& modules) {
-  YcRxDictionaryWalker<YcRxDictionary, GetAllLoadedModules, YcArray<const YcRxDynLoadModuleProxy*>*>
-      walker(mpModules);
-  walker.go(&modules);
+  walkModules<GetAllLoadedModules>(mpModules, &modules);
 }
 
 int YcRxDynamicLinkerImp::loadedModuleCount() const {

@@ -10,6 +10,7 @@
 #include "YcRxLinkedList.h"
 #include "YcRxModuleGlobal.h"
 #include "YcRxService.h"
+#include "containers/KmRxVisit.h"
 #include "linker/YcRxLinkerInternal.h"
 #include "linker/YcRxLinkerLeftovers.h"
 
@@ -117,13 +118,12 @@ void YcRxDynamicLinkerImp::unloadRegistedServices(YcRxDynLoadModuleProxy* record
   // Looked up by name, as the protocol is defined.
   YcRxDictionary* services = kmrxRegisteredServiceDictionary();
   if (!services) return;
-  YcRxDictionaryIterator* it = services->newIterator(YcRx::kDictIdOrder);
-  while (!it->done()) {
-    YcRxService* service = YcRxService::cast(it->object());
-    if (service && service->getSysInfo() == record) services->remove(it->id());
-    if (!it->next()) break;
-  }
-  delete it;
+  // Walked without an iterator to allocate: a service left behind would be
+  // deleted twice, by its module and at teardown.
+  kmrxVisitEntries(services, YcRx::kDictIdOrder, [&](YcRxDictionaryIterator& entry) {
+    YcRxService* service = YcRxService::cast(entry.object());
+    if (service && service->getSysInfo() == record) services->remove(entry.id());
+  });
 }
 
 void YcRxDynamicLinkerImp::resetRegistedClassesbyModule(YcRxDynLoadModuleProxy* record) {
@@ -131,12 +131,15 @@ void YcRxDynamicLinkerImp::resetRegistedClassesbyModule(YcRxDynLoadModuleProxy* 
   // Looked up by name, as the protocol is defined.
   YcRxDictionary* classes = kmrxRegisteredClassDictionary();
   if (!classes) return;
-  YcRxDictionaryIterator* it = classes->newIterator(YcRx::kDictIdOrder);
-  for (; !it->done(); it->next()) {
-    YcRxClassImp* cls = YcRxClassImp::getImplRxClass(static_cast<YcRxClass*>(it->object()));
+  kmrxVisitEntries(classes, YcRx::kDictIdOrder, [&](YcRxDictionaryIterator& entry) {
+    YcRxClassImp* cls = YcRxClassImp::getImplRxClass(static_cast<YcRxClass*>(entry.object()));
     if (cls && cls->moduleProxy() == record) cls->setModuleProxy(nullptr);
-  }
-  delete it;
+  });
+  // Classes displaced from the dictionary by a namesake keep their stamp
+  // otherwise, and the record is about to go.
+  if (KmRxContext* context = kmrxContext())
+    for (YcRxClass* cls : context->ledgerOf(record).classes)
+      YcRxClassImp::getImplRxClass(cls)->setModuleProxy(nullptr);
 }
 
 void YcRxDynamicLinkerImp::beginUnloadYrxModule() { ++mUnloadDepth; }
@@ -161,10 +164,12 @@ void YcRxDynamicLinkerImp::physicallyUnloadModulesInQueueOrder() {
 }
 
 void YcRxDynamicLinkerImp::cleanUp() {
-  {
-    YcRxDictionaryWalker<YcRxDictionary, DelAllDynModuleProxy, int> walker(mpModules);
-    walker.go(0);
-  }
+  if (!mpModules) return;  // construction ran out of memory before it
+  // Every record goes, walked without an iterator to allocate.
+  const DelAllDynModuleProxy deleteRecord;
+  kmrxVisitEntries(mpModules, YcRx::kDictIdOrder, [&](YcRxDictionaryIterator& entry) {
+    if (YcRxObject* record = entry.object()) deleteRecord(record, 0);
+  });
   static_cast<YcRxDictionaryImp*>(mpModules)->clear(false);
   if (KmRxContext* context = kmrxContext()) {
     YcArray<YcRxDynLoadModuleProxy*>& superseded = context->supersededRecords;

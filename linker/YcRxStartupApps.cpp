@@ -32,14 +32,20 @@ void collectApplicationNames(HKEY root, const wchar_t* keyPath, NameList& names)
   if (RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr, nullptr,
                        nullptr, nullptr, nullptr) == ERROR_SUCCESS) {
     const DWORD size = longest + 1;
-    auto* name = new wchar_t[size];
-    for (DWORD i = 0; i < count; ++i) {
+    auto* name = static_cast<wchar_t*>(_kmMalloc(size * sizeof(wchar_t)));
+    if (!name) kmrxOutOfMemory(L"the names of the start-up applications");
+    for (DWORD i = 0; name && i < count; ++i) {
       for (DWORD j = 0; j < size; ++j) name[j] = 0;
       if (RegEnumKeyW(key, i, name, size) != ERROR_SUCCESS) continue;
       YcRxString entry(name, false);
-      if (names.find(entry) < 0) names.append(entry);
+      if (entry.isEmpty() && *name) {  // no memory for the copy
+        kmrxOutOfMemory(L"the names of the start-up applications");
+        continue;
+      }
+      if (names.find(entry) < 0)
+        kmrxTry(L"the names of the start-up applications", [&] { names.append(entry); });
     }
-    delete[] name;
+    _kmFree(name);
   }
   RegCloseKey(key);
 }
