@@ -19,9 +19,10 @@ void kmrxFatalCode(int code);
 // The root descriptor slot: set by InitRxRootObject, never cleared.
 YcRxClass*& kmrxRootDescSlot();
 
-// Registers the runtime's own classes, in start-up order; the name of the
-// first that could not be registered, or null.
-const wchar_t* kmrxRegisterRuntimeClasses();
+// Registers the runtime's own classes, in start-up order.
+void kmrxRegisterRuntimeClasses();
+// The name of the first runtime class that is not registered, or null.
+const wchar_t* kmrxMissingRuntimeClass();
 // The name of a runtime class not linked to its parent, or null.
 const wchar_t* kmrxUnlinkedRuntimeClass();
 

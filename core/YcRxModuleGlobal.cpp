@@ -33,7 +33,9 @@ void makeReport(const wchar_t* message) {
 // order does not matter.
 struct YcRxClassCleaner {
   bool operator()(YcRxDictionary* classes, YcRxDictionaryIterator& entry) const {
-    YcRxClass* cls = YcRxClass::cast(entry.object());
+    // Not YcRxClass::cast: that needs a class tree, and a start-up that
+    // failed half-way may have none.
+    YcRxClass* cls = dynamic_cast<YcRxClass*>(entry.object());
     if (!cls) return false;
     const int queued = YcRxClassImp::getDoomedRxClassCount();
     deleteYcRxClass(cls);
@@ -214,7 +216,7 @@ YcRxObject* YcRxModuleGlobal::Initialize() {
   g->rxInitialize();
   const bool rootMadeNow = rootMissing && kmrxRootDescSlot();
   if (rootMissing && !rootMadeNow) return failStartUp(L"the root class", false);
-  if (const wchar_t* missing = kmrxRegisterRuntimeClasses()) return failStartUp(missing, rootMadeNow);
+  if (const wchar_t* missing = kmrxMissingRuntimeClass()) return failStartUp(missing, rootMadeNow);
   // Without a root of its own (a second start-up) the tree cannot be linked, as defined.
   if (g->mpRxClasses->has(L"AcRxObject"))
     if (const wchar_t* unlinked = kmrxUnlinkedRuntimeClass()) return failStartUp(unlinked, rootMadeNow);

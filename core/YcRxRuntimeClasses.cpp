@@ -54,11 +54,13 @@ const RuntimeClass kRuntimeClasses[] = {
 
 }  // namespace
 
-const wchar_t* kmrxRegisterRuntimeClasses() {
-  for (const RuntimeClass& cls : kRuntimeClasses) {
-    cls.rxInit();
+void kmrxRegisterRuntimeClasses() {
+  for (const RuntimeClass& cls : kRuntimeClasses) cls.rxInit();
+}
+
+const wchar_t* kmrxMissingRuntimeClass() {
+  for (const RuntimeClass& cls : kRuntimeClasses)
     if (!cls.desc()) return cls.name;
-  }
   return nullptr;
 }
 

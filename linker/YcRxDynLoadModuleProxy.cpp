@@ -154,6 +154,11 @@ bool YcRxDynLoadModuleProxy::sendMessageToApp(YcRx::AppMsgCode code, void* arg) 
   } catch (const std::exception& e) {
     result = false;
     if (context) context->noteMessageFault(this, true, kmrxExceptionText(e));
+  } catch (KmErrorStatus* status) {  // what the array template throws, its to delete
+    result = false;
+    if (context)
+      context->noteMessageFault(this, true, L"KmErrorStatus " + std::to_wstring(static_cast<int>(status->status())));
+    delete status;
   } catch (...) {
     result = false;
     if (context) context->noteMessageFault(this, true, L"an exception that is not a std::exception");

@@ -210,8 +210,7 @@ void forgetReactorIfGone(const YcArray<YcRxDLinkerReactor*>& reactors, YcRxDLink
 
 void YcRxDynamicLinkerImp::addReactor(YcRxDLinkerReactor* reactor) {
   if (!reactor) return;
-  mReactors.append(reactor);
-  creditReactor(reactor);
+  if (kmrxTry(L"adding a linker reactor", [&] { mReactors.append(reactor); })) creditReactor(reactor);
 }
 
 void YcRxDynamicLinkerImp::removeReactor(YcRxDLinkerReactor* reactor) {
@@ -221,8 +220,9 @@ void YcRxDynamicLinkerImp::removeReactor(YcRxDLinkerReactor* reactor) {
 
 void YcRxDynamicLinkerImp::addDbAppAware(YcRxDLinkerReactor* reactor) {
   if (!reactor) return;
+  // Database-aware reactors hear everything first.
+  if (!kmrxTry(L"adding a linker reactor", [&] { mReactors.insertAt(0, reactor); })) return;
   ++mDbAppAwareCount;
-  mReactors.insertAt(0, reactor);  // database-aware reactors hear everything first
   creditReactor(reactor);
 }
 
