@@ -74,6 +74,18 @@ void session(const std::wstring& storeDir) {
   if (YcRxDynamicLinker* l = linker()) l->initListedModules(L"p.lst");
   KmKernel32::SetCurrentDirectoryW(saved);
   if (YcRxDynamicLinker* l = linker()) l->sendMessageToAllApp(static_cast<YcRx::AppMsgCode>(78), nullptr);
+  // A few calls a host makes between loads.
+  if (YcArray<const wchar_t*>* apps = ycrxLoadedApps()) {
+    for (int i = 0; i < apps->length(); ++i) delete[] (*apps)[i];
+    delete apps;
+  }
+  YcArray<const wchar_t*> commands(0, 8);
+  getAllRegisterYrxAppCommandList(commands);
+  // Registered, the service dictionary deletes it at teardown; not, it is ours.
+  YcRxService* service = ycrxRegisterService(L"ProbeService");
+  if (!ycrxServiceIsRegistered(L"ProbeService")) delete service;
+  newYcRxClass(L"ProbeThing", L"AcRxObject");
+  ycrxBuildClassHierarchy();
   unloadModule(L"tm_extras.yrx");
   unloadModule(L"tm_good.yrx");
   uninitDemandLoadYrxList();
