@@ -2,10 +2,12 @@
 // services, and the message texts.
 #include "YcRxDynamicLinkerImp.h"
 
+#include <cstring>
 #include <cwchar>
 #include <string>
 
 #include "KmKernel32.h"
+#include "KmModuleCheck.h"
 #include "KmPathMaker.h"
 #include "KmResource.h"
 #include "KmRxVersion.h"
@@ -172,7 +174,10 @@ void* YcRxDynamicLinkerImp::getSymbolAddress(const wchar_t* serviceName, const w
 bool YcRxDynamicLinkerImp::loadModule(const wchar_t* name, bool printIt, bool asCmd) {
   if (!name || !*name) return false;
   YcRxString local;
-  if (!handleRemoteURL(local, name)) return false;
+  if (!handleRemoteURL(local, name)) {
+    kmrxLog(L"yrx " + std::wstring(name) + L" load failure: the host could not fetch it");
+    return false;
+  }
   YcDbHostApplicationServices* services = ycdbHostApplicationServices();
   if (!services) {
     kmrxFatal(L"Cannot get host application service object!");
@@ -187,7 +192,11 @@ bool YcRxDynamicLinkerImp::loadModule(const wchar_t* name, bool printIt, bool as
       services->findFile(buffer, kKmTextBuffer, name, nullptr, YcDbHostApplicationServices::kModuleFile);
   buffer[kKmTextBuffer - 1] = 0;
   local.releaseBuffer(-1);
-  if (found != Ycad::eOk) return false;
+  if (found != Ycad::eOk) {
+    // Nothing is shown, as defined; the log still says why.
+    kmrxLog(L"yrx " + std::wstring(name) + L" load failure: the host cannot find it on its module search path");
+    return false;
+  }
 
   const std::wstring key = kmrxModuleKey(local.rawString());
   if (isBeingLoaded(key, local.rawString())) return false;
@@ -221,51 +230,69 @@ bool YcRxDynamicLinkerImp::enterRecord(const wchar_t* key, YcRxDynLoadModuleProx
   return mpModules->atPut(key, record, id) == nullptr && mpModules->at(key) == record;
 }
 
+namespace {
+
+const char* const kRequiredExports[] = {"ycrxGetApiVersion", "ycrxEntryPoint"};
+
+// One refusal before init: the message of its kind when printing (1010 not
+// found, 1008 a missing dependency, 1006 not a loadable module or no
+// "ycrxGetApiVersion", 1004 no "ycrxEntryPoint"), then 1001, which carries
+// the cause itself when no message before it did; and always exactly one log
+// line naming the cause.
+void refuseModule(const wchar_t* path, KmLoadFailure failure, const std::wstring& detail, bool printIt) {
+  if (printIt) {
+    bool named = true;
+    if (failure == KmLoadFailure::kNotFound)
+      kmrxShowMessage(KmRxMsg::kNotFound, path);
+    else if (failure == KmLoadFailure::kMissingDependency)
+      kmrxShowMessage(KmRxMsg::kDependencyMissing, path, detail.c_str());
+    else if (failure == KmLoadFailure::kMissingExport && detail.find(L"ycrxGetApiVersion") == std::wstring::npos)
+      kmrxShowMessage(KmRxMsg::kNoEntryPoint, path);
+    else if (failure == KmLoadFailure::kMissingExport ||
+             kmLoadFailureCode(failure) == KmKernel32::kErrorBadExeFormat)
+      kmrxShowMessage(KmRxMsg::kNotAModule, fullPath(path).c_str(), detail.c_str());
+    else
+      named = false;
+    kmrxShowMessage(KmRxMsg::kLoadFailed, path, named ? nullptr : detail.c_str());
+  }
+  kmrxLog(L"yrx " + std::wstring(path) + L" load failure: " + detail);
+}
+
+}  // namespace
+
 YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& path, bool printIt,
                                                            bool asCmd) {
   (void)mpModules->at(kmrxModuleKey(path.rawString()).c_str());  // looked up, deliberately unused
+  // The file is looked at before it is mapped, exports included: a file that
+  // would be refused never runs its static constructors (a library that is no
+  // module may do anything there), and a truncated one would fault the loader.
+  KmModuleCheck check;
+  if (!kmCheckModuleFile(path.rawString(), kRequiredExports, 2, check)) {
+    refuseModule(path.rawString(), check.failure, check.detail, printIt);
+    return nullptr;
+  }
   YcRxDynLoadModuleProxy* record = YcRxDynLoadModuleProxy::createRxModuleProxy(nullptr);
-  if (!record) return nullptr;
-  record->setFileName(path.rawString());
-  const unsigned int error = record->loadModule();
-  if (error != 0) {
-    // Copied now: loading the message texts below resets the loader's text.
-    const std::wstring loaderText(KmKernel32::GetLastLoadErrorText());
-    if (printIt) {
-      if (error == KmKernel32::kErrorModNotFound) {
-        if (_waccess(path.rawString(), 0) == 0)
-          kmrxShowMessage(KmRxMsg::kDependencyMissing, path.rawString(), loaderText.c_str());
-        else
-          kmrxShowMessage(KmRxMsg::kNotFound, path.rawString());
-      } else if (error == KmKernel32::kErrorBadExeFormat) {
-        kmrxShowMessage(KmRxMsg::kNotAModule, fullPath(path.rawString()).c_str());
-      }
-      (void)KmKernel32::GetLastError();
-      kmrxShowMessage(KmRxMsg::kLoadFailed, path.rawString());
-    }
-    // The log keeps the loader's own words: they name a missing dependency.
-    std::wstring format = L"yrx %s load failure";
-    if (!loaderText.empty()) format += L": ";
-    for (wchar_t c : loaderText) format += c == L'%' ? std::wstring(L"%%") : std::wstring(1, c);
-    kmrxLogLine(format.c_str(), path.rawString());
+  if (record) record->setFileName(path.rawString());
+  if (!record || !record->fileName()) {
     delete record;
+    refuseModule(path.rawString(), KmLoadFailure::kLoaderFailure, L"there was no memory for its record", printIt);
+    return nullptr;
+  }
+  if (record->loadModule() != 0) {
+    // Copied now: loading the message texts below resets the loader's account.
+    const KmKernel32::KmLoadFailureInfo failure = KmKernel32::GetLastLoadFailure();
+    const std::wstring detail(failure.detail ? failure.detail : L"");
+    delete record;
+    refuseModule(path.rawString(), static_cast<KmLoadFailure>(failure.kind), detail, printIt);
     return nullptr;
   }
   record->setModuleType(asCmd ? 1 : 2);
-  if (!record->getSymbolAddr("ycrxGetApiVersion")) {
-    if (printIt) {
-      kmrxShowMessage(KmRxMsg::kNotAModule, fullPath(path.rawString()).c_str());
-      kmrxShowMessage(KmRxMsg::kLoadFailed, path.rawString());
-    }
+  // Looked at before mapping already; the loader's own look-up decides.
+  for (const char* name : kRequiredExports) {
+    if (record->getSymbolAddr(name)) continue;
     delete record;
-    return nullptr;
-  }
-  if (!record->getSymbolAddr("ycrxEntryPoint")) {
-    if (printIt) {
-      kmrxShowMessage(KmRxMsg::kNoEntryPoint, path.rawString());
-      kmrxShowMessage(KmRxMsg::kLoadFailed, path.rawString());
-    }
-    delete record;
+    refuseModule(path.rawString(), KmLoadFailure::kMissingExport,
+                 L"it does not export " + std::wstring(name, name + std::strlen(name)), printIt);
     return nullptr;
   }
   if (!yrxKeyCheck(record, printIt)) {

@@ -110,8 +110,10 @@ TEST_F(OsTableTest, EveryKindCanBeFailedAndThePlatformReportsIt) {
          _kmFree(block);
          EXPECT_EQ(1, gReleases);
        }},
-      {KmOsCall::OpenModule, "OpenModule",
-       [] { arm(KmOsCall::OpenModule); expectRefused(126, L"module could not be opened"); }},
+      {KmOsCall::OpenModule, "OpenModule", [] {
+         arm(KmOsCall::OpenModule);
+         expectRefused(126, L"the loader refused it: module could not be opened");
+       }},
       {KmOsCall::FindModule, "FindModule", [] {
          HMODULE h = load();
          arm(KmOsCall::FindModule);
@@ -154,10 +156,12 @@ TEST_F(OsTableTest, EveryKindCanBeFailedAndThePlatformReportsIt) {
        }},
       {KmOsCall::FileAccess, "FileAccess",
        [] { arm(KmOsCall::FileAccess); EXPECT_EQ(-1, _waccess(module().c_str(), 0)); }},
-      {KmOsCall::IsRegularFile, "IsRegularFile",
-       [] { arm(KmOsCall::IsRegularFile); expectRefused(5, L"the file cannot be read"); }},
+      {KmOsCall::IsRegularFile, "IsRegularFile", [] {
+         arm(KmOsCall::IsRegularFile);
+         EXPECT_FALSE(KmFileSystem::isFileExisting(module().c_str()));
+       }},
       {KmOsCall::FileSize, "FileSize",
-       [] { arm(KmOsCall::FileSize); expectRefused(5, L"the file cannot be read"); }},
+       [] { arm(KmOsCall::FileSize); expectRefused(5, L"it cannot be read: Permission denied"); }},
       {KmOsCall::CurrentDirectory, "CurrentDirectory", [] {
          wchar_t cwd[kKmTextBuffer];
          arm(KmOsCall::CurrentDirectory);
@@ -170,7 +174,11 @@ TEST_F(OsTableTest, EveryKindCanBeFailedAndThePlatformReportsIt) {
          EXPECT_FALSE(SetCurrentDirectoryW(cwd));
        }},
       {KmOsCall::OpenFile, "OpenFile",
-       [] { arm(KmOsCall::OpenFile); expectRefused(5, L"the file cannot be read"); }},
+       [] { arm(KmOsCall::OpenFile); expectRefused(5, L"it cannot be read: Permission denied"); }},
+      {KmOsCall::FileType, "FileType",
+       [] { arm(KmOsCall::FileType); expectRefused(5, L"it cannot be read: Permission denied"); }},
+      {KmOsCall::ReadFileAt, "ReadFileAt",
+       [] { arm(KmOsCall::ReadFileAt); expectRefused(5, L"it cannot be read: Input/output error"); }},
       {KmOsCall::ReadFile, "ReadFile", [this] {
          DiagnosticsRecorder diagnostics;
          const std::wstring file = config();

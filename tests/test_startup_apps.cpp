@@ -139,7 +139,7 @@ TEST_F(StartupAppsTest, ListedModulesLoadAfterTheStartupAppsDespiteMissingEntrie
                L"tm_nest_inner.yrx", modulePath(L"tm_nest_inner")}),
             lists.findFileNames);
   // With messages: the user hears of each load, and of the file that is no module.
-  EXPECT_EQ((V{resText(1007, modulePath(L"tm_good")), resText(1006, modulePath(L"tm_text")),
+  EXPECT_EQ((V{resText(1007, modulePath(L"tm_good")), resText(1006, modulePath(L"tm_text")) + L": it is not an ELF file",
                resText(1001, modulePath(L"tm_text")), resText(1007, modulePath(L"tm_nest_inner"))}),
             lists.messages);
   EXPECT_EQ(L"Api 2 2", unloadRecord(L"tm_api_1520"));

@@ -19,11 +19,10 @@ KMRX_MODULE_EXPORT const KmResourceString kmResourceStrings[] = {
                     L"Export the entry point with KMRX_MODULE_EXPORT and rebuild it."},
     {kCannotUnload, L"The module \"%s\" cannot be unloaded now: it is locked or is still handling a "
                     L"message. Try again once it has finished, or unlock it first."},
-    {kNotAModule, L"\"%s\" is not an extension module this host can load: it is not a shared object "
-                  L"for this machine, or it does not export \"ycrxGetApiVersion\"."},
+    {kNotAModule, L"\"%s\" is not an extension module this host can load"},
     {kLoaded, L"Loaded the module \"%s\"."},
-    {kDependencyMissing, L"The module \"%s\" was found, but a module it depends on is missing. "
-                         L"Install the missing module beside it or on the library path"},
+    {kDependencyMissing, L"The module \"%s\" was found, but a library it needs is missing. Install "
+                         L"it beside the module or on the library path"},
     {kUnreadable, L"The file \"%s\" could not be read; check its permissions."},
     {kNotFound, L"The module file \"%s\" was not found. Check its name and the host's module search path."},
     {kCancelled, L"Loading \"%s\" was cancelled."},

@@ -3,7 +3,8 @@
 //
 // Error codes left for GetLastError: 126 when the file or a module it depends
 // on is missing, 193 when the file is not a loadable module for this machine,
-// 5 when it cannot be read, 127 when a symbol is missing.
+// 5 when it cannot be read, 127 when a symbol is missing (one the module uses,
+// or one looked up). GetLastLoadFailure names the exact cause.
 #pragma once
 #include <cstddef>
 #include "KmRxExport.h"
@@ -44,5 +45,14 @@ KMRX_API void SetLastError(DWORD code);
 // The loader's own words for the last failed load (names a missing
 // dependency or symbol); empty when the last load succeeded.
 KMRX_API const wchar_t* GetLastLoadErrorText();
+
+// The exact cause of the last failed load: a KmLoadFailure (KmModuleCheck.h)
+// and its detail (the same text as GetLastLoadErrorText), valid until the
+// next load. Kind 0 after a load that succeeded.
+struct KmLoadFailureInfo {
+  int kind;
+  const wchar_t* detail;
+};
+KMRX_API KmLoadFailureInfo GetLastLoadFailure();
 
 }  // namespace KmKernel32

@@ -50,6 +50,13 @@ struct KmOsTable {
   long (*write)(int descriptor, const void* bytes, std::size_t count);
   int (*isTerminal)(int descriptor);                     // 1 yes, 0 no (ENOTTY)
   const char* (*environmentVariable)(const char* name);  // null when unset
+
+  // The kind of file at path (its S_IFMT bits), or -1 with errno set (EACCES
+  // when failed by a test).
+  int (*fileType)(const char* path);
+  // Reads up to bytes at offset of an open file; bytes read, 0 past the end,
+  // -1 when reading fails (EIO when failed by a test).
+  long long (*readFileAt)(void* file, long long offset, void* buffer, std::size_t bytes);
 };
 
 // One kind per table entry, in the table's order.
@@ -74,6 +81,8 @@ enum class KmOsCall {
   Write,
   IsTerminal,
   EnvironmentVariable,
+  FileType,
+  ReadFileAt,
   Count
 };
 

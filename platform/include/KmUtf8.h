@@ -11,3 +11,11 @@ inline std::string kmToUtf8(const std::wstring& text) { return kmToUtf8(text.c_s
 // breaks off) becomes one U+FFFD.
 KMRX_API std::wstring kmFromUtf8(const char* text, std::size_t length);
 inline std::wstring kmFromUtf8(const std::string& text) { return kmFromUtf8(text.data(), text.size()); }
+
+// Paths are bytes on this platform, and need not be UTF-8. These two convert
+// them both ways without loss: valid UTF-8 decodes as usual, and each byte of
+// an invalid piece becomes the lone surrogate U+DC80 + byte, which converts
+// back to that byte. Text that is not a path uses the two functions above.
+KMRX_API std::wstring kmPathFromBytes(const char* bytes);
+KMRX_API std::string kmPathToBytes(const wchar_t* path);
+inline std::string kmPathToBytes(const std::wstring& path) { return kmPathToBytes(path.c_str()); }

@@ -1,113 +1,60 @@
 // Module loading over the dynamic loader, with the Windows-style error codes
-// the runtime relies on. The loader does not set errno, so a failure is
-// classified by looking at the file first: missing, not a module for this
-// machine, or (a loadable file that still failed) a missing dependency.
+// the runtime relies on and one exact cause for every failure: the file is
+// looked at first (KmModuleCheck.cpp), and what the loader still refuses is
+// read for the library or symbol it names.
 #include "KmKernel32.h"
 
+#include <cxxabi.h>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string>
-#include <vector>
 
+#include "KmModuleCheck.h"
+#include "KmModuleFile.h"
 #include "KmOsCalls.h"
 #include "KmUtf8.h"
 
 namespace {
 
 DWORD gLastError = 0;
-std::wstring gLastLoadError;
-
-constexpr unsigned char kElfClass64 = 2;
-constexpr unsigned char kElfLittleEndian = 1;
-constexpr unsigned short kElfSharedObject = 3;
-[[maybe_unused]] constexpr unsigned short kElfMachineX86_64 = 62;
-[[maybe_unused]] constexpr unsigned short kElfMachineAArch64 = 183;
-constexpr std::uint32_t kSegmentLoad = 1, kSegmentDynamic = 2, kSegmentInterp = 3;
-constexpr std::size_t kElfHeaderSize = 64, kProgramHeaderSize = 56, kMaxProgramHeaders = 256;
+KmModuleCheck gLastFailure;
 constexpr std::size_t kPathBytes = 4096;
 
-unsigned short thisMachine() {
-#if defined(__aarch64__)
-  return kElfMachineAArch64;
-#else
-  return kElfMachineX86_64;
-#endif
+void failed(KmLoadFailure failure, std::wstring detail) {
+  gLastFailure.failure = failure;
+  gLastFailure.detail = std::move(detail);
+  KmKernel32::SetLastError(kmLoadFailureCode(failure));
 }
 
-template <typename T>
-T readAt(const unsigned char* p, std::size_t offset) {
-  T value;
-  std::memcpy(&value, p + offset, sizeof(T));
-  return value;
-}
-
-// What the look at a file found.
-struct FileVerdict {
-  DWORD error = 0;         // 0: an ELF shared object for this machine whose segments are all there
-  bool hasInterp = false;  // it names a program interpreter: a program, not a library
-};
-
-// The file's size and its first bytes: the header and the program headers
-// that can follow it. kErrorAccessDenied when it cannot be read.
-DWORD readHead(const std::string& path, long long& size, std::vector<unsigned char>& head) {
-  size = kmOsFileSize(path.c_str());
-  void* file = size < 0 ? nullptr : kmOsOpenFile(path.c_str(), "rb");
-  if (!file) return KmKernel32::kErrorAccessDenied;
-  head.resize(kElfHeaderSize + kProgramHeaderSize * kMaxProgramHeaders);
-  const long long got = kmOsReadFile(head.data(), head.size(), file);
-  kmOsCloseFile(file);
-  if (got < 0) return KmKernel32::kErrorAccessDenied;
-  head.resize(static_cast<std::size_t>(got));
-  return 0;
-}
-
-// The loader maps segments straight from the file, so a truncated file would
-// fault inside it: every segment it will map must lie within the file.
-void checkElf(const std::vector<unsigned char>& head, long long size, FileVerdict& verdict) {
-  const std::size_t got = head.size();
-  verdict.error = KmKernel32::kErrorBadExeFormat;
-  if (got < kElfHeaderSize || size < static_cast<long long>(got)) return;
-  const unsigned char* h = head.data();
-  if (std::memcmp(h, "\x7f" "ELF", 4) != 0 || h[4] != kElfClass64 || h[5] != kElfLittleEndian ||
-      readAt<std::uint16_t>(h, 16) != kElfSharedObject || readAt<std::uint16_t>(h, 18) != thisMachine())
-    return;
-  const auto phoff = readAt<std::uint64_t>(h, 32);
-  const auto phentsize = readAt<std::uint16_t>(h, 54);
-  const auto phnum = readAt<std::uint16_t>(h, 56);
-  if (phentsize != kProgramHeaderSize || phnum == 0 || phnum > kMaxProgramHeaders ||
-      phoff > got || phnum * kProgramHeaderSize > got - phoff)
-    return;
-  bool hasLoad = false, hasDynamic = false;
-  for (std::size_t i = 0; i < phnum; ++i) {
-    const unsigned char* ph = h + phoff + i * kProgramHeaderSize;
-    const auto type = readAt<std::uint32_t>(ph, 0);
-    const auto offset = readAt<std::uint64_t>(ph, 8);
-    const auto fileSize = readAt<std::uint64_t>(ph, 32);
-    if (type == kSegmentInterp) verdict.hasInterp = true;
-    if (type != kSegmentLoad && type != kSegmentDynamic) continue;
-    if (offset > static_cast<std::uint64_t>(size) || fileSize > static_cast<std::uint64_t>(size) - offset)
-      return;
-    hasLoad |= type == kSegmentLoad;
-    hasDynamic |= type == kSegmentDynamic;
+// The loader's reason, read for what it names: a library it could not find,
+// a symbol nothing defines; otherwise its own words.
+void loaderRefused(const char* reason) {
+  const std::string text = reason ? reason : "";
+  const std::string cannotOpen = ": cannot open shared object file";
+  const std::string undefined = "undefined symbol: ";
+  const std::size_t open = text.find(cannotOpen);
+  const std::size_t symbol = text.find(undefined);
+  if (open != std::string::npos) {
+    std::string library = text.substr(0, open);
+    const std::size_t colon = library.rfind(": ");
+    if (colon != std::string::npos) library.erase(0, colon + 2);
+    failed(KmLoadFailure::kMissingDependency,
+           L"it needs " + kmPathFromBytes(library.c_str()) +
+               L", which is not in its run path or the loader's directories");
+  } else if (symbol != std::string::npos) {
+    std::string name = text.substr(symbol + undefined.size());
+    const std::size_t end = name.find_first_of(" \t\n(,");
+    if (end != std::string::npos) name.resize(end);
+    int status = -1;
+    char* readable = abi::__cxa_demangle(name.c_str(), nullptr, nullptr, &status);
+    const std::wstring shown = kmFromUtf8(status == 0 && readable ? readable : name.c_str());
+    std::free(readable);
+    failed(KmLoadFailure::kUndefinedSymbol, L"it uses the symbol " + shown + L", which no loaded library defines");
+  } else {
+    failed(KmLoadFailure::kLoaderFailure,
+           L"the loader refused it: " + (text.empty() ? std::wstring(L"module could not be opened") : kmFromUtf8(text)));
   }
-  if (hasLoad && hasDynamic) verdict.error = 0;
-}
-
-FileVerdict classifyFile(const std::string& path) {
-  FileVerdict verdict;
-  const int regular = kmOsIsRegularFile(path.c_str());
-  if (regular != 1) {
-    // A file that is there but cannot be looked at is unreadable, not foreign.
-    verdict.error = kmOsFileAccess(path.c_str(), 0) != 0 ? KmKernel32::kErrorModNotFound
-                    : regular == 0                       ? KmKernel32::kErrorBadExeFormat
-                                                         : KmKernel32::kErrorAccessDenied;
-    return verdict;
-  }
-  long long size = -1;
-  std::vector<unsigned char> head;
-  verdict.error = readHead(path, size, head);
-  if (!verdict.error) checkElf(head, size, verdict);
-  return verdict;
 }
 
 }  // namespace
@@ -115,36 +62,25 @@ FileVerdict classifyFile(const std::string& path) {
 namespace KmKernel32 {
 
 HMODULE LoadLibraryExW(const wchar_t* fileName, void*, DWORD) {
-  gLastLoadError.clear();
+  gLastFailure = KmModuleCheck();
   if (!fileName || !*fileName) {
-    SetLastError(kErrorModNotFound);
+    failed(KmLoadFailure::kNotFound, L"there is no file name");
     return nullptr;
   }
-  std::string path = kmToUtf8(fileName);
+  std::string path = kmPathToBytes(fileName);
   // A bare name is looked for in the current directory first, as the host
   // platform's loader does; otherwise the loader searches its usual places,
   // and only a path can be looked at before loading.
-  if (path.find('/') == std::string::npos && kmOsIsRegularFile(path.c_str()) == 1)
-    path = "./" + path;
-  const bool isPath = path.find('/') != std::string::npos;
-  FileVerdict verdict;
-  if (isPath) {
-    verdict = classifyFile(path);
-    if (verdict.error) {
-      SetLastError(verdict.error);
-      gLastLoadError = verdict.error == kErrorModNotFound   ? L"no such file"
-                       : verdict.error == kErrorAccessDenied ? L"the file cannot be read"
-                                                             : L"not a shared object for this machine";
-      return nullptr;
-    }
+  if (path.find('/') == std::string::npos && kmOsFileType(path.c_str()) >= 0) path = "./" + path;
+  KmModuleCheck check;
+  if (path.find('/') != std::string::npos && !kmCheckModuleBytes(path, nullptr, 0, check)) {
+    failed(check.failure, check.detail);
+    return nullptr;
   }
   const char* reason = nullptr;
   void* handle = kmOsOpenModule(path.c_str(), &reason);
   if (!handle) {
-    gLastLoadError =
-        reason ? kmFromUtf8(reason, std::strlen(reason)) : std::wstring(L"module could not be opened");
-    // A program is refused by the loader although it looks like a library.
-    SetLastError(verdict.hasInterp ? kErrorBadExeFormat : kErrorModNotFound);
+    loaderRefused(reason);
     return nullptr;
   }
   SetLastError(kErrorSuccess);
@@ -168,7 +104,7 @@ BOOL FreeLibrary(HMODULE module) {
 }
 
 HMODULE GetModuleHandleW(const wchar_t* name) {
-  const std::string path = name ? kmToUtf8(name) : std::string();
+  const std::string path = name ? kmPathToBytes(name) : std::string();
   void* handle = kmOsFindModule(name ? path.c_str() : nullptr);
   // Finding it took a reference; give it back so this does not keep it loaded.
   if (handle) kmOsCloseModule(handle);
@@ -194,7 +130,7 @@ DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size) {
     if (kmOsProgramPath(self, sizeof(self)) < 0) return 0;
     path = self;
   }
-  const std::wstring wide = kmFromUtf8(path, std::strlen(path));
+  const std::wstring wide = kmPathFromBytes(path);
   if (wide.size() >= size) return 0;
   std::wmemcpy(buffer, wide.c_str(), wide.size() + 1);
   return static_cast<DWORD>(wide.size());
@@ -203,7 +139,7 @@ DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size) {
 DWORD GetCurrentDirectoryW(DWORD size, wchar_t* buffer) {
   char path[kPathBytes];
   if (!kmOsCurrentDirectory(path, sizeof(path))) return 0;
-  const std::wstring wide = kmFromUtf8(path, std::strlen(path));
+  const std::wstring wide = kmPathFromBytes(path);
   if (!buffer || wide.size() >= size) return static_cast<DWORD>(wide.size() + 1);
   std::wmemcpy(buffer, wide.c_str(), wide.size() + 1);
   return static_cast<DWORD>(wide.size());
@@ -211,13 +147,17 @@ DWORD GetCurrentDirectoryW(DWORD size, wchar_t* buffer) {
 
 BOOL SetCurrentDirectoryW(const wchar_t* path) {
   if (!path) return 0;
-  return kmOsChangeDirectory(kmToUtf8(path).c_str()) == 0 ? 1 : 0;
+  return kmOsChangeDirectory(kmPathToBytes(path).c_str()) == 0 ? 1 : 0;
 }
 
 DWORD GetLastError() { return gLastError; }
 
 void SetLastError(DWORD code) { gLastError = code; }
 
-const wchar_t* GetLastLoadErrorText() { return gLastLoadError.c_str(); }
+const wchar_t* GetLastLoadErrorText() { return gLastFailure.detail.c_str(); }
+
+KmLoadFailureInfo GetLastLoadFailure() {
+  return KmLoadFailureInfo{static_cast<int>(gLastFailure.failure), gLastFailure.detail.c_str()};
+}
 
 }  // namespace KmKernel32

@@ -131,3 +131,12 @@ int kmOsIsTerminal(int descriptor) {
 const char* kmOsEnvironmentVariable(const char* name) {
   return fails(KmOsCall::EnvironmentVariable) ? nullptr : kmOsTable().environmentVariable(name);
 }
+
+int kmOsFileType(const char* path) {
+  return failsWith(KmOsCall::FileType, EACCES) ? -1 : kmOsTable().fileType(path);
+}
+
+long long kmOsReadFileAt(void* file, long long offset, void* buffer, std::size_t bytes) {
+  if (failsWith(KmOsCall::ReadFileAt, EIO)) return -1;
+  return kmOsTable().readFileAt(file, offset, buffer, bytes);
+}

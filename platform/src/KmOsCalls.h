@@ -28,3 +28,5 @@ int kmOsCloseFile(void* file);
 long kmOsWrite(int descriptor, const void* bytes, std::size_t count);
 int kmOsIsTerminal(int descriptor);
 const char* kmOsEnvironmentVariable(const char* name);
+int kmOsFileType(const char* path);
+long long kmOsReadFileAt(void* file, long long offset, void* buffer, std::size_t bytes);

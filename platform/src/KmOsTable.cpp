@@ -72,6 +72,19 @@ long writeImpl(int descriptor, const void* bytes, std::size_t count) {
 
 const char* environmentVariableImpl(const char* name) { return std::getenv(name); }
 
+int fileTypeImpl(const char* path) {
+  struct stat st;
+  if (!path || ::stat(path, &st) != 0) return -1;
+  return static_cast<int>(st.st_mode & S_IFMT);
+}
+
+long long readFileAtImpl(void* file, long long offset, void* buffer, std::size_t bytes) {
+  auto* stream = static_cast<std::FILE*>(file);
+  if (offset < 0 || ::fseeko(stream, static_cast<off_t>(offset), SEEK_SET) != 0) return -1;
+  const std::size_t got = std::fread(buffer, 1, bytes, stream);
+  return got == 0 && std::ferror(stream) ? -1 : static_cast<long long>(got);
+}
+
 // Constant: the table must be in place before any static constructor allocates.
 constexpr KmOsTable kDefaults = {
     &std::malloc,       &std::free,
@@ -80,6 +93,7 @@ constexpr KmOsTable kDefaults = {
     &::access,          &isRegularFileImpl,   &fileSizeImpl,  &::getcwd,
     &::chdir,           &openFileImpl,        &readFileImpl,  &closeFileImpl,
     &writeImpl,         &::isatty,            &environmentVariableImpl,
+    &fileTypeImpl,      &readFileAtImpl,
 };
 
 KmOsTable gTable = kDefaults;

@@ -115,7 +115,7 @@ bool KmPathMaker::ToPlatformModuleName(const wchar_t* name, wchar_t* out, std::s
 
 bool KmFileSystem::isFileExisting(const wchar_t* path) {
   if (!path || !*path) return false;
-  return kmOsIsRegularFile(kmToUtf8(path).c_str()) == 1;
+  return kmOsIsRegularFile(kmPathToBytes(path).c_str()) == 1;
 }
 
 void _wsplitpath(const wchar_t* path, wchar_t* drive, wchar_t* dir, wchar_t* fname, wchar_t* ext) {
@@ -130,5 +130,5 @@ void _wsplitpath(const wchar_t* path, wchar_t* drive, wchar_t* dir, wchar_t* fna
 
 int _waccess(const wchar_t* path, int mode) {
   if (!path) return -1;
-  return kmOsFileAccess(kmToUtf8(path).c_str(), mode) == 0 ? 0 : -1;
+  return kmOsFileAccess(kmPathToBytes(path).c_str(), mode) == 0 ? 0 : -1;
 }

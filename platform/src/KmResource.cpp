@@ -15,7 +15,7 @@ HMODULE loadResourceDll(const wchar_t* name) {
     std::string dir(self);
     const std::size_t slash = dir.rfind('/');
     if (slash != std::string::npos) {
-      const std::wstring path = kmFromUtf8(dir.substr(0, slash + 1)) + name;
+      const std::wstring path = kmPathFromBytes(dir.substr(0, slash + 1).c_str()) + name;
       if (HMODULE module = KmKernel32::LoadLibraryExW(path.c_str(), nullptr, 0)) return module;
     }
   }

@@ -84,7 +84,7 @@ void reportProblem(void* context, int line, const std::wstring& problem) {
 
 // Reads path into data. False when it is missing (quietly) or cannot be read.
 bool readFile(const std::wstring& path, std::string& data, FileReport& report) {
-  const std::string name = kmToUtf8(path.c_str());
+  const std::string name = kmPathToBytes(path.c_str());
   if (name.empty() || kmOsIsRegularFile(name.c_str()) != 1) return false;
   void* file = kmOsOpenFile(name.c_str(), "rb");
   if (!file) {
@@ -169,7 +169,7 @@ bool kmStoreOpenFromEnvironment() {
   state().settled = true;
   const char* dir = kmOsEnvironmentVariable("KMRX_STORE_DIR");
   if (!dir || !*dir) return false;
-  return kmStoreOpenDirectory(kmFromUtf8(std::string(dir)).c_str());
+  return kmStoreOpenDirectory(kmPathFromBytes(dir).c_str());
 }
 
 void kmStoreCloseAll() {

@@ -43,27 +43,65 @@ wchar_t kmDecodeUtf8(const unsigned char*& p, const unsigned char* end) {
   return static_cast<wchar_t>(cp);
 }
 
+namespace {
+
+// One code point as UTF-8; what cannot be encoded becomes U+FFFD.
+void appendUtf8(std::string& out, std::uint32_t c) {
+  if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = kReplacement;
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+  } else if (c < 0x800) {
+    out += static_cast<char>(0xC0 | (c >> 6));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else if (c < 0x10000) {
+    out += static_cast<char>(0xE0 | (c >> 12));
+    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else {
+    out += static_cast<char>(0xF0 | (c >> 18));
+    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  }
+}
+
+constexpr std::uint32_t kEscapeBase = 0xDC00;
+
+}  // namespace
+
 std::string kmToUtf8(const wchar_t* text) {
   std::string out;
   if (!text) return out;
-  for (; *text; ++text) {
-    std::uint32_t c = static_cast<std::uint32_t>(*text);
-    if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = kReplacement;
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | (c >> 12));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (c >> 18));
-      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
+  for (; *text; ++text) appendUtf8(out, static_cast<std::uint32_t>(*text));
+  return out;
+}
+
+std::wstring kmPathFromBytes(const char* bytes) {
+  std::wstring out;
+  if (!bytes) return out;
+  const auto* p = reinterpret_cast<const unsigned char*>(bytes);
+  while (*p) {
+    const unsigned char* start = p;
+    const wchar_t c = kmDecodeUtf8(p, nullptr);
+    const bool encodedReplacement = p - start == 3 && start[0] == 0xEF && start[1] == 0xBF && start[2] == 0xBD;
+    if (c != kReplacement || encodedReplacement) {
+      out += c;
+      continue;
     }
+    for (const unsigned char* b = start; b < p; ++b) out += static_cast<wchar_t>(kEscapeBase + *b);
+  }
+  return out;
+}
+
+std::string kmPathToBytes(const wchar_t* path) {
+  std::string out;
+  if (!path) return out;
+  for (; *path; ++path) {
+    const auto c = static_cast<std::uint32_t>(*path);
+    if (c >= kEscapeBase + 0x80 && c <= kEscapeBase + 0xFF)
+      out += static_cast<char>(c - kEscapeBase);
+    else
+      appendUtf8(out, c);
   }
   return out;
 }

@@ -15,6 +15,7 @@
 //   TM_OTHER_CLASS=<name>   and reports whether that module's class is still registered
 //   TM_API_VERSION, TM_NO_VERSION, TM_NO_ENTRY, TM_HIDDEN_DEP
 //   TM_HIDDEN_LIBRARY       the plain library that tm_missing_dep needs
+//   TM_UNDEFINED            calls tmDefinedNowhere, which no library defines
 // Events go to the host's log as "tm:<name> <event>", so a test reads one
 // time line with the linker's own log lines.
 #ifdef TM_HIDDEN_LIBRARY
@@ -48,6 +49,9 @@ constexpr int kTmDropExtrasMsg = 80;
 
 #ifdef TM_HIDDEN_DEP
 extern "C" int tmHiddenAnswer();
+#endif
+#ifdef TM_UNDEFINED
+extern "C" int tmDefinedNowhere();
 #endif
 
 namespace {
@@ -140,6 +144,9 @@ YcRx::AppRetCode onInit(void* appHandle) {
   gSelf = static_cast<YcRxDynLoadModuleProxy*>(appHandle);
 #ifdef TM_HIDDEN_DEP
   if (tmHiddenAnswer() != 42) return YcRx::kAppRetError;
+#endif
+#ifdef TM_UNDEFINED
+  if (tmDefinedNowhere() != 42) return YcRx::kAppRetError;
 #endif
 #ifdef TM_NOT_MDI
   ycrxRegisterAppNotMDIAware(appHandle);

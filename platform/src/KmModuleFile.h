@@ -1,0 +1,8 @@
+// Internal: the look at a module file, for a path already in the OS's bytes.
+#pragma once
+#include <string>
+
+#include "KmModuleCheck.h"
+
+bool kmCheckModuleBytes(const std::string& path, const char* const* requiredExports, int count,
+                        KmModuleCheck& result);
