@@ -8,10 +8,14 @@
 #include "YcRxDictionary.h"
 #include "YcRxDynamicLinkerImp.h"
 #include "YcRxModuleGlobal.h"
+#include "KmKernel32.h"
+#include "core/KmRxReports.h"
 #include "core/YcRxInternal.h"
 
 namespace {
 KmRxContext* gpContext = nullptr;
+// More loadable segments than an ELF object has in practice.
+constexpr int kMaxRanges = 16;
 }  // namespace
 
 KmRxContext* kmrxContext() { return gpContext; }
@@ -53,6 +57,32 @@ void KmRxContext::forgetModule(KmRxModule module) {
   protocolReactors.forgetModule(module);
   extensions.forgetModule(module);
   registryEntries.forgetModule(module);
+  moduleRanges.erase(module);
+}
+
+void KmRxContext::noteModuleMapped(KmRxModule module, void* handle) {
+  const void* found[2 * kMaxRanges];
+  const int count = KmKernel32::GetModuleAddressRanges(handle, found, kMaxRanges);
+  if (count <= 0) {
+    kmrxLog(kmrxModuleName(module) + L": where it is mapped cannot be told; what it leaves in the "
+                                     L"registries is not checked at unload");
+    return;
+  }
+  try {
+    moduleRanges[module].assign(found, found + 2 * count);
+  } catch (const std::bad_alloc&) {
+    kmrxOutOfMemory(L"the address ranges of a module");
+  }
+}
+
+bool KmRxContext::inModuleCode(KmRxModule module, const void* address) const {
+  const auto ranges = moduleRanges.find(module);
+  if (ranges == moduleRanges.end()) return false;
+  const auto* at = static_cast<const char*>(address);
+  for (std::size_t i = 0; i + 1 < ranges->second.size(); i += 2)
+    if (at >= static_cast<const char*>(ranges->second[i]) && at < static_cast<const char*>(ranges->second[i + 1]))
+      return true;
+  return false;
 }
 
 void KmRxContext::classDestroyed(const YcRxClass* cls) {

@@ -208,6 +208,12 @@ public:
   };
   std::unordered_map<KmRxModule, MessageFault> messageFaults;
   void noteMessageFault(KmRxModule module, bool threw, const std::wstring& text);
+  // Where each loaded module's segments are mapped, taken at load, so that an
+  // object left in a registry can be told to be of the module's code.
+  std::unordered_map<KmRxModule, std::vector<const void*>> moduleRanges;
+  void noteModuleMapped(KmRxModule module, void* handle);
+  // Whether address lies in what the module mapped (false when unknown).
+  bool inModuleCode(KmRxModule module, const void* address) const;
   MessageFault takeMessageFault(KmRxModule module);
 
 private:

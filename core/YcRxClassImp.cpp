@@ -469,3 +469,21 @@ void ycrxBuildClassHierarchy() {
       YcRxClassImp::initializeHierarchy(static_cast<YcRxClass*>(cls), classes);
   });
 }
+
+bool YcRxClassImp::releaseModuleCode(const YcRxDynLoadModuleProxy* module) {
+  KmRxContext* context = kmrxContext();
+  if (!context) return false;
+  const auto inModule = [&](auto function) {
+    return function && context->inModuleCode(module, reinterpret_cast<const void*>(function));
+  };
+  bool released = false;
+  if (inModule(mpPseudoConstructor)) {
+    mpPseudoConstructor = &_DummyRxObjectProducer;
+    released = true;
+  }
+  if (inModule(mpAppNameCallback)) {
+    mpAppNameCallback = nullptr;
+    released = true;
+  }
+  return released;
+}

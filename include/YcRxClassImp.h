@@ -76,6 +76,10 @@ public:
   // runtime's ledger of what each module registered follows every stamp.
   void setModuleProxy(YcRxDynLoadModuleProxy* module);
   YcRxDynLoadModuleProxy* moduleProxy() const { return mpModuleProxy; }
+  // The module that registered the class goes and the class stays: its
+  // constructor and application-name callback, where they lie in that
+  // module's code, are let go (create() then answers null). True when any was.
+  bool releaseModuleCode(const YcRxDynLoadModuleProxy* module);
   unsigned int featureFlags() const { return mFeatureFlags; }
   bool isProtocolClass() const { return mIsProtocolClass; }
 

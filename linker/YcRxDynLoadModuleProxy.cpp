@@ -100,6 +100,7 @@ unsigned int YcRxDynLoadModuleProxy::loadModule() {
   if (switchDir) KmKernel32::SetCurrentDirectoryW(saved);
   if (mpHandle) {
     mHandleOwned = true;
+    if (KmRxContext* context = kmrxContext()) context->noteModuleMapped(this, mpHandle);
     return 0;
   }
   return KmKernel32::GetLastError();

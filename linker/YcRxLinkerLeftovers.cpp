@@ -6,12 +6,14 @@
 #include <string>
 
 #include "YcRxClass.h"
+#include "YcRxClassImp.h"
 #include "YcRxDLinkerReactor.h"
 #include "YcRxDictionary.h"
 #include "YcRxDynLoadModuleProxy.h"
 #include "YcRxDynamicLinkerImp.h"
 #include "YcRxProtocolReactor.h"
 #include "YcRxProtocolReactorList.h"
+#include "containers/KmRxVisit.h"
 #include "linker/YcRxLinkerInternal.h"
 
 namespace {
@@ -75,6 +77,47 @@ void detachRegistryEntries(KmRxContext& context, const YcRxDynLoadModuleProxy* m
   }
 }
 
+// A class the module did not delete stays registered (as the unload protocol
+// leaves it), without the functions of the module's code it would call.
+void releaseClassCode(const YcRxDynLoadModuleProxy* module, const KmRxModuleLedger& ledger) {
+  for (YcRxClass* cls : ledger.classes) {
+    YcRxClassImp* imp = YcRxClassImp::getImplRxClass(cls);
+    if (imp && imp->releaseModuleCode(module)) report(module, L"the constructor of the class " + className(cls));
+  }
+}
+
+// Objects whose class table lies in the module's code, wherever they were put
+// from: in the system registry and in the dictionaries it holds (the service
+// dictionary among them). Their code is about to go.
+void detachObjectsOfModuleCode(KmRxContext& context, const YcRxDynLoadModuleProxy* module) {
+  const auto ofModule = [&](YcRxObject* object) {
+    return object && context.inModuleCode(module, *reinterpret_cast<const void* const*>(object));
+  };
+  const auto sweep = [&](YcRxDictionary* dict, const std::wstring& where) {
+    // Ids first: a dictionary of another make may not bear removal mid-walk.
+    std::vector<unsigned int> ids;
+    kmrxVisitEntries(dict, YcRx::kDictIdOrder, [&](YcRxDictionaryIterator& entry) {
+      if (ofModule(entry.object())) kmrxTry(L"the objects a module left", [&] { ids.push_back(entry.id()); });
+    });
+    for (unsigned int id : ids) {
+      const wchar_t* key = dict->keyAt(id);
+      report(module, L"the object " + kmrxTypeName(dict->at(id)) + L" under \"" + (key ? key : L"") + L"\" in " +
+                         where);
+      dict->remove(id);
+    }
+  };
+  YcRxDictionary* registry = context.sysRegistry;
+  if (!registry || !context.moduleRanges.count(module)) return;
+  sweep(registry, L"the system registry");
+  YcRxDictionary* classes = kmrxClassDictionary();
+  kmrxVisitEntries(registry, YcRx::kDictIdOrder, [&](YcRxDictionaryIterator& entry) {
+    auto* inner = YcRxDictionary::cast(entry.object());
+    // Classes have a path of their own; the registry itself cannot hold itself.
+    if (!inner || inner == classes || inner == registry) return;
+    sweep(inner, L"\"" + std::wstring(entry.key() ? entry.key() : L"") + L"\"");
+  });
+}
+
 }  // namespace
 
 void kmrxDetachLeftovers(YcRxDynamicLinkerImp& linker, YcRxDynLoadModuleProxy* module) {
@@ -85,4 +128,6 @@ void kmrxDetachLeftovers(YcRxDynamicLinkerImp& linker, YcRxDynLoadModuleProxy* m
   detachExtensions(module, ledger);
   detachProtocolReactors(module, ledger);
   detachRegistryEntries(*context, module, ledger);
+  detachObjectsOfModuleCode(*context, module);
+  releaseClassCode(module, ledger);
 }

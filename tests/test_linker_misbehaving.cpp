@@ -50,6 +50,12 @@ TEST_F(MisbehavingModule, WhatAModuleLeavesRegisteredIsTakenOffAndReportedOnce) 
   const int reactorsBefore = linker()->reactorCount();
   const int protocolReactorsBefore = reactorsIn(reactorList());
   ASSERT_NE(nullptr, load(L"tm_leaves"));
+  // Put outside any message of the module, so only where their code lies tells whose they are.
+  YcRxDynLoadModuleProxy* record = linker()->findRxModuleProxyByModuleName(modulePath(L"tm_leaves").c_str(), false);
+  ASSERT_NE(nullptr, record);
+  reinterpret_cast<void (*)()>(KmKernel32::GetProcAddress(record->rxModuleHandle(), "tmLeaveObjects"))();
+  YcRxObject notTheModules;
+  serviceDictionary()->atPut(L"TmHostService", &notTheModules);
   host.clearRecords();
   EXPECT_TRUE(unload(L"tm_leaves"));
   const Lines expected = {
@@ -57,9 +63,12 @@ TEST_F(MisbehavingModule, WhatAModuleLeavesRegisteredIsTakenOffAndReportedOnce) 
       leftBehind(L"tm_leaves.yrx",
                  L"the protocol extension YcRxObject for AcRxKernel on the class YcRxLinkedList"),
       leftBehind(L"tm_leaves.yrx", L"the protocol reactor YcRxProtocolReactor for AcRxProtocolReactor"),
-      leftBehind(L"tm_leaves.yrx", L"the object YcRxObject under \"TmExtrasEntry\" in the system registry")};
+      leftBehind(L"tm_leaves.yrx", L"the object YcRxObject under \"TmExtrasEntry\" in the system registry"),
+      leftBehind(L"tm_leaves.yrx", L"the object TmLeftObject under \"TmLateEntry\" in the system registry"),
+      leftBehind(L"tm_leaves.yrx", L"the object TmLeftObject under \"TmLeftService\" in \"ServiceDictionary\""),
+      leftBehind(L"tm_leaves.yrx", L"the constructor of the class TmLeavesThing")};
   EXPECT_EQ(expected, host.messages);
-  EXPECT_EQ(4u, logWith(L"tm_leaves.yrx left ").size());
+  EXPECT_EQ(7u, logWith(L"tm_leaves.yrx left ").size());
   EXPECT_EQ(L"tm_leaves.yrx left the linker reactor (anonymous namespace)::TraceReactor registered; "
             L"it was removed at unload",
             logWith(L"tm_leaves.yrx left ").at(0));
@@ -68,6 +77,12 @@ TEST_F(MisbehavingModule, WhatAModuleLeavesRegisteredIsTakenOffAndReportedOnce) 
   EXPECT_EQ(reactorsBefore, linker()->reactorCount());
   EXPECT_EQ(nullptr, YcRxLinkedList::desc()->queryX(YcRxKernel::desc()));
   EXPECT_FALSE(ycrxSysRegistry()->has(L"TmExtrasEntry"));
+  EXPECT_FALSE(ycrxSysRegistry()->has(L"TmLateEntry"));
+  EXPECT_FALSE(serviceDictionary()->has(L"TmLeftService"));
+  EXPECT_EQ(&notTheModules, serviceDictionary()->remove(L"TmHostService")) << "what is not the module's stays";
+  YcRxClass* kept = YcRxClass::cast(ycrxInternalGetClassDic()->at(L"TmLeavesThing"));
+  ASSERT_NE(nullptr, kept) << "the class stays registered";
+  EXPECT_EQ(nullptr, kept->create()) << "its constructor went with the module";
   EXPECT_EQ(protocolReactorsBefore, reactorsIn(reactorList()));
   // The next load and unload would have called into the unmapped module.
   expectGoodModuleStillWorks();

@@ -147,6 +147,20 @@ TEST_F(OsTableTest, EveryKindCanBeFailedAndThePlatformReportsIt) {
          const void* inRuntime = reinterpret_cast<const void*>(&ycrxLoadModule);
          EXPECT_EQ(nullptr, GetModuleHandleFromAddress(inRuntime));
        }},
+      {KmOsCall::ModuleRanges, "ModuleRanges", [] {
+         HMODULE h = load();
+         const void* ranges[8];
+         const int count = GetModuleAddressRanges(h, ranges, 4);
+         ASSERT_GT(count, 0);
+         const auto* entry = static_cast<const char*>(GetProcAddress(h, "ycrxEntryPoint"));
+         int holding = 0;
+         for (int i = 0; i < count; ++i)
+           holding += entry >= static_cast<const char*>(ranges[2 * i]) && entry < static_cast<const char*>(ranges[2 * i + 1]);
+         EXPECT_EQ(1, holding) << "one segment holds the code";
+         arm(KmOsCall::ModuleRanges);
+         EXPECT_EQ(-1, GetModuleAddressRanges(h, ranges, 4));
+         FreeLibrary(h);
+       }},
       {KmOsCall::ProgramPath, "ProgramPath", [] {
          HMODULE program = GetModuleHandleW(nullptr);
          wchar_t path[kKmTextBuffer];

@@ -35,6 +35,10 @@ KMRX_API BOOL FreeLibrary(HMODULE module);
 KMRX_API HMODULE GetModuleHandleW(const wchar_t* name);
 // The handle of the loaded module that holds address (a function or variable of it).
 KMRX_API HMODULE GetModuleHandleFromAddress(const void* address);
+// Where a loaded module's segments are mapped: begin and end of range i in
+// ranges[2 * i] and ranges[2 * i + 1]; the number of ranges (at most max), or
+// -1 when the handle cannot be told.
+KMRX_API int GetModuleAddressRanges(HMODULE module, const void** ranges, int max);
 // Full path of a loaded module into buffer; returns its length, 0 on failure.
 KMRX_API DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size);
 // Returns the length written, or the size needed when buffer is too small.

@@ -57,6 +57,10 @@ struct KmOsTable {
   // Reads up to bytes at offset of an open file; bytes read, 0 past the end,
   // -1 when reading fails (EIO when failed by a test).
   long long (*readFileAt)(void* file, long long offset, void* buffer, std::size_t bytes);
+  // The address ranges a loaded module's segments are mapped at, as begin and
+  // end pairs in ranges[2 * i], ranges[2 * i + 1]; how many there are (at most
+  // max), or -1 when the handle cannot be told.
+  int (*moduleRanges)(void* handle, const void** ranges, int max);
 };
 
 // One kind per table entry, in the table's order.
@@ -83,6 +87,7 @@ enum class KmOsCall {
   EnvironmentVariable,
   FileType,
   ReadFileAt,
+  ModuleRanges,
   Count
 };
 

@@ -119,6 +119,11 @@ HMODULE GetModuleHandleFromAddress(const void* address) {
   return handle;
 }
 
+int GetModuleAddressRanges(HMODULE module, const void** ranges, int max) {
+  if (!module || !ranges || max <= 0) return -1;
+  return kmOsModuleRanges(module, ranges, max);
+}
+
 DWORD GetModuleFileNameW(HMODULE module, wchar_t* buffer, DWORD size) {
   if (!buffer || size == 0) return 0;
   buffer[0] = 0;

@@ -140,3 +140,7 @@ long long kmOsReadFileAt(void* file, long long offset, void* buffer, std::size_t
   if (failsWith(KmOsCall::ReadFileAt, EIO)) return -1;
   return kmOsTable().readFileAt(file, offset, buffer, bytes);
 }
+
+int kmOsModuleRanges(void* handle, const void** ranges, int max) {
+  return fails(KmOsCall::ModuleRanges) ? -1 : kmOsTable().moduleRanges(handle, ranges, max);
+}

@@ -30,3 +30,4 @@ int kmOsIsTerminal(int descriptor);
 const char* kmOsEnvironmentVariable(const char* name);
 int kmOsFileType(const char* path);
 long long kmOsReadFileAt(void* file, long long offset, void* buffer, std::size_t bytes);
+int kmOsModuleRanges(void* handle, const void** ranges, int max);

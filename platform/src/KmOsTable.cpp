@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <dlfcn.h>
 #include <link.h>
 #include <sys/stat.h>
@@ -85,6 +86,37 @@ long long readFileAtImpl(void* file, long long offset, void* buffer, std::size_t
   return got == 0 && std::ferror(stream) ? -1 : static_cast<long long>(got);
 }
 
+int moduleRangesImpl(void* handle, const void** ranges, int max) {
+  struct link_map* map = nullptr;
+  if (!handle || ::dlinfo(handle, RTLD_DI_LINKMAP, &map) != 0 || !map) return -1;
+  struct Search {
+    const struct link_map* map;
+    const void** ranges;
+    int max;
+    int found;
+  } search = {map, ranges, max, -1};
+  ::dl_iterate_phdr(
+      [](struct dl_phdr_info* info, std::size_t, void* data) {
+        auto* s = static_cast<Search*>(data);
+        // The same base and name as the handle's link map: that object.
+        const char* name = info->dlpi_name ? info->dlpi_name : "";
+        const char* wanted = s->map->l_name ? s->map->l_name : "";
+        if (info->dlpi_addr != s->map->l_addr || std::strcmp(name, wanted) != 0) return 0;
+        s->found = 0;
+        for (int i = 0; i < info->dlpi_phnum && s->found < s->max; ++i) {
+          const ElfW(Phdr)& segment = info->dlpi_phdr[i];
+          if (segment.p_type != PT_LOAD) continue;
+          const char* begin = reinterpret_cast<const char*>(info->dlpi_addr + segment.p_vaddr);
+          s->ranges[2 * s->found] = begin;
+          s->ranges[2 * s->found + 1] = begin + segment.p_memsz;
+          ++s->found;
+        }
+        return 1;
+      },
+      &search);
+  return search.found;
+}
+
 // Constant: the table must be in place before any static constructor allocates.
 constexpr KmOsTable kDefaults = {
     &std::malloc,       &std::free,
@@ -93,7 +125,7 @@ constexpr KmOsTable kDefaults = {
     &::access,          &isRegularFileImpl,   &fileSizeImpl,  &::getcwd,
     &::chdir,           &openFileImpl,        &readFileImpl,  &closeFileImpl,
     &writeImpl,         &::isatty,            &environmentVariableImpl,
-    &fileTypeImpl,      &readFileAtImpl,
+    &fileTypeImpl,      &readFileAtImpl,      &moduleRangesImpl,
 };
 
 KmOsTable gTable = kDefaults;

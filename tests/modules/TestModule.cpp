@@ -7,7 +7,9 @@
 //   TM_EXTRAS               also attaches an extension to a runtime class, adds a protocol
 //                           reactor and a system-registry entry; message 80 or unload takes
 //                           them back (and the linker reactor too)
-//   TM_LEAVE_BEHIND         with TM_EXTRAS: adds one more linker reactor and takes nothing back
+//   TM_LEAVE_BEHIND         with TM_EXTRAS: adds one more linker reactor and takes nothing back;
+//                           tmLeaveObjects() puts objects of its own class in the registries;
+//                           its class has a constructor and is not deleted
 //   TM_INIT_THROWS          throws std::runtime_error("no units table") out of its init message
 //   TM_LOAD_OTHER=<name>    loads <name>.yrx (beside this module) from its init message
 //   TM_INIT_FAILS, TM_REFUSE_UNLOAD, TM_NOT_MDI, TM_LOCK
@@ -157,7 +159,12 @@ YcRx::AppRetCode onInit(void* appHandle) {
   ycrxLockApplication(appHandle);
 #endif
 #ifdef TM_CLASS
+#ifdef TM_LEAVE_BEHIND
+  // With a constructor of this module's code, and never deleted.
+  gClass = newYcRxClass(TM_WSTR(TM_CLASS), L"AcRxObject", 0, [] { return new YcRxObject(); });
+#else
   gClass = newYcRxClass(TM_WSTR(TM_CLASS), L"AcRxObject");
+#endif
 #endif
 #ifdef TM_SERVICE
   gService = ycrxRegisterService(TM_WSTR(TM_SERVICE));
@@ -207,7 +214,9 @@ YcRx::AppRetCode onUnload() {
     gReactor = nullptr;
   }
 #endif
+#ifndef TM_LEAVE_BEHIND
   if (gClass) deleteYcRxClass(gClass);
+#endif
   gClass = nullptr;
 #ifdef TM_REFUSE_UNLOAD
   return YcRx::kAppRetError;
@@ -248,6 +257,17 @@ KMRX_MODULE_EXPORT YcRx::AppRetCode ycrxEntryPoint(YcRx::AppMsgCode code, void* 
 KMRX_MODULE_EXPORT std::uint32_t tmNotTheApiVersion(int) { return TM_API_VERSION; }
 #else
 KMRX_MODULE_EXPORT std::uint32_t ycrxGetApiVersion(int) { return TM_API_VERSION; }
+#endif
+
+#ifdef TM_LEAVE_BEHIND
+// An object whose class table is in this module, put where the ledger does not see it.
+struct TmLeftObject : YcRxObject {};
+TmLeftObject gServiceObject, gLateObject;
+
+KMRX_MODULE_EXPORT void tmLeaveObjects() {
+  YcRxDictionary::cast(ycrxSysRegistry()->at(L"ServiceDictionary"))->atPut(L"TmLeftService", &gServiceObject);
+  ycrxSysRegistry()->atPut(L"TmLateEntry", &gLateObject);
+}
 #endif
 
 // Init messages since this copy of the module was mapped.
