@@ -58,6 +58,7 @@ void KmRxContext::forgetModule(KmRxModule module) {
   extensions.forgetModule(module);
   registryEntries.forgetModule(module);
   moduleRanges.erase(module);
+  messageFaults.erase(module);
 }
 
 void KmRxContext::noteModuleMapped(KmRxModule module, void* handle) {

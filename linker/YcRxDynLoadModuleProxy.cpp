@@ -146,24 +146,9 @@ bool YcRxDynLoadModuleProxy::sendMessageToApp(YcRx::AppMsgCode code, void* arg) 
   KmRxContext* context = kmrxContext();
   if (context) context->messageFaults.erase(this);
   bool result = false;
-  // A module that throws out of its entry point has failed the message; what
-  // it threw is kept for the report.
-  try {
-    // Found by name, as the record's delivery is defined.
-    YcRxDynamicLinkerImp* linker = kmrxRegisteredLinkerImp();
-    if (linker) result = linker->sendMessageToApp(this, code, arg);
-  } catch (const std::exception& e) {
-    result = false;
-    if (context) context->noteMessageFault(this, true, kmrxExceptionText(e));
-  } catch (KmErrorStatus* status) {  // what the array template throws, its to delete
-    result = false;
-    if (context)
-      context->noteMessageFault(this, true, L"KmErrorStatus " + std::to_wstring(static_cast<int>(status->status())));
-    delete status;
-  } catch (...) {
-    result = false;
-    if (context) context->noteMessageFault(this, true, L"an exception that is not a std::exception");
-  }
+  // Found by name, as the record's delivery is defined.
+  YcRxDynamicLinkerImp* linker = kmrxRegisteredLinkerImp();
+  if (linker) result = linker->sendMessageToApp(this, code, arg);
   setSendingMessage(false);
   return result;
 }

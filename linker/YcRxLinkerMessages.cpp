@@ -2,6 +2,7 @@
 // searches over the module dictionary.
 #include <cwchar>
 
+#include "KmErrorStatus.h"
 #include "KmPathMaker.h"
 #include "YcDbHostApplicationServices.h"
 #include "YcRxClass.h"
@@ -130,6 +131,29 @@ YcRxDynLoadModuleProxy* recordOfHandle(void* appHandle) {
   return static_cast<YcRxDynLoadModuleProxy*>(obj);
 }
 
+// A module that throws out of its entry point has failed the message: what it
+// threw is kept for the load and unload reports and logged for any other
+// message, so it neither reaches the host nor passes without a trace.
+YcRx::AppRetCode deliver(YcRxEntryPointFunc entry, YcRxDynLoadModuleProxy* record, YcRx::AppMsgCode code,
+                         void* arg) {
+  std::wstring thrown;
+  try {
+    return entry(code, arg);
+  } catch (const std::exception& e) {
+    thrown = kmrxExceptionText(e);
+  } catch (KmErrorStatus* status) {  // what the array template throws, its to delete
+    thrown = L"KmErrorStatus " + std::to_wstring(static_cast<int>(status->status()));
+    delete status;
+  } catch (...) {
+    thrown = L"an exception that is not a std::exception";
+  }
+  if (KmRxContext* context = kmrxContext()) context->noteMessageFault(record, true, thrown);
+  if (code != YcRx::kAppInitMsg && code != YcRx::kAppUnloadMsg)
+    kmrxLog(L"yrx " + kmrxModuleName(record) + L" message " + std::to_wstring(static_cast<int>(code)) +
+            L" threw " + thrown);
+  return YcRx::kAppRetError;
+}
+
 }  // namespace
 
 // --- delivery -------------------------------------------------------------------
@@ -147,9 +171,10 @@ bool YcRxDynamicLinkerImp::sendMessageToApp(YcRxDynLoadModuleProxy* record, YcRx
   }
   CurrentLoadingModuleSwitcher loading(record);
   KmRxRunningModuleScope running(record);
-  const YcRx::AppRetCode answer = entry(code, arg);
-  if (answer != YcRx::kAppRetOk)
-    if (KmRxContext* context = kmrxContext())
+  if (KmRxContext* context = kmrxContext()) context->messageFaults.erase(record);
+  const YcRx::AppRetCode answer = deliver(entry, record, code, arg);
+  KmRxContext* context = kmrxContext();
+  if (answer != YcRx::kAppRetOk && context && !context->messageFaults.count(record))
       context->noteMessageFault(record, false,
                                 L"it answered message " + std::to_wstring(static_cast<int>(code)) +
                                     L" with " + std::to_wstring(static_cast<int>(answer)));

@@ -74,6 +74,20 @@ bool YcRxDynamicLinkerImp::unloadApp(const wchar_t* appName, bool flag) {
   return unloadModule(record->fileName(), flag);
 }
 
+namespace {
+
+// A module that fails or throws out of its unload message: a forced unload
+// goes on, a polite one is abandoned; either way the log says why.
+void reportUnloadRefused(YcRxDynLoadModuleProxy* record, const std::wstring& fileName, bool force) {
+  KmRxContext* context = kmrxContext();
+  const KmRxContext::MessageFault fault = context ? context->takeMessageFault(record) : KmRxContext::MessageFault();
+  const std::wstring why = fault.threw ? L"its unload message threw " + fault.text
+                                       : fault.text.empty() ? L"it refused" : fault.text;
+  kmrxLog(L"yrx " + fileName + L" unload: " + why + (force ? L"; it is unloaded all the same" : L"; it stays loaded"));
+}
+
+}  // namespace
+
 bool YcRxDynamicLinkerImp::startYrxUnloadProtocol(YcRxDynLoadModuleProxy* record, bool force) {
   if (!record || isQueued(mpUnloadQueue, record)) return false;
   // Taken now: the record may be released and deleted before the end.
@@ -83,6 +97,7 @@ bool YcRxDynamicLinkerImp::startYrxUnloadProtocol(YcRxDynLoadModuleProxy* record
   beginUnloadYrxModule();
   sendBeginYrxUnloading(fileName.c_str());
   const bool accepted = record->sendMessageToApp(YcRx::kAppUnloadMsg, record);
+  if (!accepted) reportUnloadRefused(record, fileName, force);
   if (accepted || force) {
     notifyYrxUnloadingToEdSys(record);
     unloadRegistedServices(record);

@@ -114,6 +114,28 @@ TEST_F(MisbehavingModule, FailingAndThrowingInitsAreToldApartInMessageAndLog) {
   expectGoodModuleStillWorks();
 }
 
+TEST_F(MisbehavingModule, ThrowingOutOfAMessageOrUnloadingItselfLeavesATraceAndTheHostRunning) {
+  const std::wstring throws = modulePath(L"tm_unload_throws");
+  ASSERT_NE(nullptr, load(L"tm_unload_throws"));
+  EXPECT_TRUE(linker()->sendMessageToApp(throws.c_str(), kTmThrowMsg, nullptr)) << "found, whatever it answers";
+  EXPECT_EQ(Lines{L"yrx tm_unload_throws.yrx message 81 threw std::logic_error: not now"},
+            logWith(L"yrx tm_unload_throws.yrx message"));
+  EXPECT_TRUE(unload(L"tm_unload_throws")) << "the host's unload is forced";
+  EXPECT_EQ(Lines{L"yrx " + throws + L" unload: its unload message threw std::runtime_error: still drawing; "
+                  L"it is unloaded all the same"},
+            logWith(L"yrx " + throws + L" unload:"));
+  EXPECT_FALSE(isMapped(throws));
+
+  // Refused while its own message runs, and nothing else changes.
+  const std::wstring good = modulePath(L"tm_good");
+  ASSERT_NE(nullptr, load(L"tm_good"));
+  EXPECT_TRUE(linker()->sendMessageToApp(good.c_str(), kTmUnloadSelfMsg, nullptr));
+  EXPECT_EQ(Lines{L"tm:tm_good unload self no"}, logWith(L"tm:tm_good unload self"));
+  EXPECT_TRUE(isMapped(good));
+  EXPECT_TRUE(unload(L"tm_good"));
+  expectGoodModuleStillWorks();
+}
+
 TEST_F(MisbehavingModule, ALoadCycleIsRefusedNamingTheChain) {
   const std::wstring a = modulePath(L"tm_cycle_a"), b = modulePath(L"tm_cycle_b");
   EXPECT_TRUE(ycrxLoadModule(a.c_str(), false));

@@ -121,12 +121,16 @@ TEST_F(LinkerUnload, RefusalIsHonouredOnlyWithoutForce) {
   EXPECT_FALSE(linker()->startYrxUnloadProtocol(record, false));
   EXPECT_EQ(1, record->moduleRefCount()) << "the released reference is taken again";
   EXPECT_EQ((Lines{L"r willBeUnloaded " + path, L"r unloadAborted " + path}), logWith(L"r "));
-  EXPECT_EQ(Lines{L"yrx " + path + L" unload"}, logWith(L"yrx "));
+  EXPECT_EQ((Lines{L"yrx " + path + L" unload",
+                   L"yrx " + path + L" unload: it answered message 2 with 3; it stays loaded"}),
+            logWith(L"yrx "));
 
   host.clearRecords();
   EXPECT_TRUE(unload(L"tm_refuses_unload")) << "unloading by name forces";
   linker()->removeReactor(&reactor);
   EXPECT_EQ((Lines{L"r willBeUnloaded " + path, L"r unloaded " + path}), logWith(L"r "));
+  EXPECT_EQ(Lines{L"yrx " + path + L" unload: it answered message 2 with 3; it is unloaded all the same"},
+            logWith(L"yrx " + path + L" unload:"));
 }
 
 TEST_F(LinkerUnload, UnloadByApplicationNameIgnoresCaseUnknownNamesUnloadNothing) {

@@ -11,6 +11,8 @@
 //                           tmLeaveObjects() puts objects of its own class in the registries;
 //                           its class has a constructor and is not deleted
 //   TM_INIT_THROWS          throws std::runtime_error("no units table") out of its init message
+//   TM_UNLOAD_THROWS        throws std::runtime_error("still drawing") out of its unload message
+//   (all)                   message 81 throws std::logic_error("not now")
 //   TM_LOAD_OTHER=<name>    loads <name>.yrx (beside this module) from its init message
 //   TM_INIT_FAILS, TM_REFUSE_UNLOAD, TM_NOT_MDI, TM_LOCK
 //   TM_UNLOAD_OTHER=<name>  unloads <name>.yrx (beside this module) from its unload message
@@ -48,6 +50,7 @@ extern "C" __attribute__((visibility("default"))) int tmHiddenAnswer() { return 
 constexpr int kTmRefuseMsg = 77;
 constexpr int kTmUnloadSelfMsg = 79;
 constexpr int kTmDropExtrasMsg = 80;
+constexpr int kTmThrowMsg = 81;
 
 #ifdef TM_HIDDEN_DEP
 extern "C" int tmHiddenAnswer();
@@ -218,6 +221,9 @@ YcRx::AppRetCode onUnload() {
   if (gClass) deleteYcRxClass(gClass);
 #endif
   gClass = nullptr;
+#ifdef TM_UNLOAD_THROWS
+  throw std::runtime_error("still drawing");
+#endif
 #ifdef TM_REFUSE_UNLOAD
   return YcRx::kAppRetError;
 #else
@@ -245,6 +251,8 @@ KMRX_MODULE_EXPORT YcRx::AppRetCode ycrxEntryPoint(YcRx::AppMsgCode code, void* 
       dropExtras();
       return YcRx::kAppRetOk;
 #endif
+    case kTmThrowMsg:
+      throw std::logic_error("not now");
     case kTmUnloadSelfMsg:
       trace(std::wstring(L"unload self ") + yesNo(ycrxUnloadModule(gSelf->fileName())));
       return YcRx::kAppRetOk;

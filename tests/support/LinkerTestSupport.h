@@ -16,6 +16,7 @@ using Lines = std::vector<std::wstring>;
 constexpr auto kTmRefuseMsg = static_cast<YcRx::AppMsgCode>(77);
 constexpr auto kTmPlainMsg = static_cast<YcRx::AppMsgCode>(78);
 constexpr auto kTmUnloadSelfMsg = static_cast<YcRx::AppMsgCode>(79);
+constexpr auto kTmThrowMsg = static_cast<YcRx::AppMsgCode>(81);
 
 inline YcRxDynamicLinkerImp* linker() {
   return YcRxDynamicLinkerImp::cast(ycrxSysRegistry()->at(L"DynamicLinker"));
