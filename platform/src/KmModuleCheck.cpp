@@ -19,10 +19,13 @@ namespace {
 
 constexpr unsigned char kClass32 = 1, kClass64 = 2, kLittleEndian = 1, kBigEndian = 2;
 constexpr std::uint16_t kTypeRelocatable = 1, kTypeExecutable = 2, kTypeShared = 3, kTypeCore = 4;
-constexpr std::uint32_t kSegmentLoad = 1, kSegmentDynamic = 2, kSegmentInterp = 3;
+constexpr std::uint32_t kSegmentLoad = 1, kSegmentDynamic = 2;
 constexpr std::size_t kHeaderSize = 64, kProgramHeaderSize = 56, kMaxProgramHeaders = 4096;
 constexpr std::int64_t kTagHash = 4, kTagStrtab = 5, kTagSymtab = 6, kTagStrsz = 10, kTagSyment = 11;
-constexpr std::int64_t kTagGnuHash = 0x6ffffef5;
+constexpr std::int64_t kTagGnuHash = 0x6ffffef5, kTagFlags1 = 0x6ffffffb;
+// What the loader refuses to open as a library; a library that can also be
+// run (an interpreter segment without this flag) still loads.
+constexpr std::uint64_t kFlag1Pie = 0x08000000;
 constexpr std::size_t kMaxDynamicEntries = 4096, kSymbolSize = 24;
 constexpr std::uint32_t kMaxChain = 1u << 20;
 
@@ -141,12 +144,11 @@ bool readSegments(const ModuleFile& file, const unsigned char* h, std::vector<Se
   std::vector<unsigned char> table(std::size_t{count} * kProgramHeaderSize);
   if (!file.read(offset, table.data(), table.size()))
     return fail(result, KmLoadFailure::kTruncated, L"it is truncated: its program headers lie past its end");
-  bool hasLoad = false, hasDynamic = false, hasInterp = false;
+  bool hasLoad = false, hasDynamic = false;
   for (std::size_t i = 0; i < count; ++i) {
     const unsigned char* ph = table.data() + i * kProgramHeaderSize;
     const Segment s{field<std::uint32_t>(ph, 0), field<std::uint64_t>(ph, 8), field<std::uint64_t>(ph, 16),
                     field<std::uint64_t>(ph, 32)};
-    hasInterp |= s.type == kSegmentInterp;
     if (s.type != kSegmentLoad && s.type != kSegmentDynamic) continue;
     if (s.offset > file.size() || s.fileSize > file.size() - s.offset)
       return fail(result, KmLoadFailure::kTruncated,
@@ -157,9 +159,6 @@ bool readSegments(const ModuleFile& file, const unsigned char* h, std::vector<Se
     hasDynamic |= s.type == kSegmentDynamic;
     segments.push_back(s);
   }
-  if (hasInterp)
-    return fail(result, KmLoadFailure::kNotSharedObject,
-                L"it is a program (a position-independent executable), not a library");
   if (!hasLoad || !hasDynamic)
     return fail(result, KmLoadFailure::kNotSharedObject, L"it has no dynamic section, so it is no shared library");
   return true;
@@ -182,7 +181,7 @@ bool fileOffset(const std::vector<Segment>& segments, std::uint64_t address, std
 namespace {
 
 struct DynamicTables {
-  std::uint64_t symtab = 0, strtab = 0, strsz = 0, syment = kSymbolSize, hash = 0, gnuHash = 0;
+  std::uint64_t symtab = 0, strtab = 0, strsz = 0, syment = kSymbolSize, hash = 0, gnuHash = 0, flags1 = 0;
   bool hasSymtab = false, hasStrtab = false, hasHash = false, hasGnuHash = false;
 };
 
@@ -201,6 +200,7 @@ bool readDynamic(const ModuleFile& file, const std::vector<Segment>& segments, D
       if (tag == kTagHash) address(t.hash, t.hasHash);
       if (tag == kTagGnuHash) address(t.gnuHash, t.hasGnuHash);
       if (tag == kTagStrsz) t.strsz = value;
+      if (tag == kTagFlags1) t.flags1 = value;
       if (tag == kTagSyment && value >= kSymbolSize && value <= 64) t.syment = value;
     }
     return true;
@@ -259,13 +259,15 @@ bool sysvLookUp(const ModuleFile& file, const DynamicTables& t, const std::strin
   return false;
 }
 
-bool checkExports(const ModuleFile& file, const std::vector<Segment>& segments, const char* const* names,
+bool checkDynamic(const ModuleFile& file, const std::vector<Segment>& segments, const char* const* names,
                   int count, KmModuleCheck& result) {
-  if (count <= 0) return true;
   DynamicTables t;
+  const bool readable = readDynamic(file, segments, t);
+  if (readable && (t.flags1 & kFlag1Pie))
+    return fail(result, KmLoadFailure::kNotSharedObject,
+                L"it is a program (a position-independent executable), not a library");
   // Without tables to look in, the loader's own look-up decides later.
-  if (!readDynamic(file, segments, t) || !t.hasSymtab || !t.hasStrtab || (!t.hasHash && !t.hasGnuHash))
-    return true;
+  if (count <= 0 || !readable || !t.hasSymtab || !t.hasStrtab || (!t.hasHash && !t.hasGnuHash)) return true;
   std::wstring missing;
   for (int i = 0; i < count; ++i) {
     const std::string name = names[i] ? names[i] : "";
@@ -300,7 +302,7 @@ bool kmCheckModuleBytes(const std::string& path, const char* const* requiredExpo
     ok = fail(result, KmLoadFailure::kUnreadable, L"it cannot be read: " + errorText(errno));
   std::vector<Segment> segments;
   ok = ok && checkHeader(header, got, result) && readSegments(file, header, segments, result) &&
-       checkExports(file, segments, requiredExports, count, result);
+       checkDynamic(file, segments, requiredExports, count, result);
   kmOsCloseFile(handle);
   return ok;
 }
