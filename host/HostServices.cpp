@@ -71,6 +71,10 @@ bool HostServices::getVariable(const wchar_t* name, YcadVariableBuffer& value) {
 void HostServices::log(const wchar_t* text, int, int, int) {
   const std::wstring line = text ? text : L"";
   mLogLines.push_back(line);
+  if (mLogLines.size() > kLogLinesKept) {
+    mLogLines.pop_front();
+    ++mLogLinesDropped;
+  }
   if (!mpLogFile) return;
   char stamp[32];
   const std::time_t now = std::time(nullptr);

@@ -3,6 +3,7 @@
 // crash recorder that reports fatal errors to the terminal and the log.
 #pragma once
 #include <cstdio>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -41,7 +42,11 @@ public:
 
   // Prints a line to the user.
   static void print(const std::wstring& line);
-  const std::vector<std::wstring>& logLines() const { return mLogLines; }
+  // The last kLogLinesKept lines of the log; the log file has them all.
+  static constexpr std::size_t kLogLinesKept = 1000;
+  const std::deque<std::wstring>& logLines() const { return mLogLines; }
+  // How many earlier lines were let go of.
+  std::size_t logLinesDropped() const { return mLogLinesDropped; }
   const std::wstring& logFileName() const { return mLogFileName; }
   const std::vector<std::wstring>& modulePath() const { return mModulePath; }
 
@@ -49,7 +54,8 @@ private:
   std::vector<std::wstring> mModulePath;
   std::wstring mLogFileName;
   std::FILE* mpLogFile;
-  std::vector<std::wstring> mLogLines;
+  std::deque<std::wstring> mLogLines;
+  std::size_t mLogLinesDropped = 0;
   bool mMultiDocument;
   bool mVersionNotices;
 };

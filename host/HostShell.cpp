@@ -7,6 +7,7 @@
 #include "HostServices.h"
 #include "HostText.h"
 #include "KmRx.h"
+#include "LineReader.h"
 
 namespace {
 
@@ -83,17 +84,26 @@ bool HostShell::run(const std::wstring& line) {
 }
 
 void HostShell::runStream(std::FILE* in, bool interactive, bool echo) {
-  char buffer[4096];
+  LineReader reader(in);
+  std::string bytes;
   for (;;) {
     if (interactive) {
       std::fputs("yrx> ", stdout);
       std::fflush(stdout);
     }
-    if (!std::fgets(buffer, sizeof(buffer), in)) {
+    std::size_t length = 0;
+    const LineReader::Result got = reader.next(bytes, length);
+    if (got == LineReader::Result::kEnd) {
       if (interactive) std::fputc('\n', stdout);
       return;
     }
-    const std::wstring line = trim(widen(buffer));
+    if (got == LineReader::Result::kTooLong) {
+      print(L"Line " + std::to_wstring(reader.lineNumber()) + L" is " + std::to_wstring(length) +
+            L" bytes long, more than the " + std::to_wstring(LineReader::kMaxLine) +
+            L" a command line may have; none of it was run.");
+      continue;
+    }
+    const std::wstring line = trim(widen(bytes.c_str()));
     if (echo && !line.empty()) print(line[0] == L'#' ? line : L"yrx> " + line);
     if (!run(line)) return;
   }
@@ -258,6 +268,8 @@ void HostShell::listClasses(const std::wstring& root) {
 
 void HostShell::showLog() {
   if (mServices.logLines().empty()) print(L"The log is empty.");
+  if (mServices.logLinesDropped() != 0)
+    print(L"  (" + std::to_wstring(mServices.logLinesDropped()) + L" earlier lines are only in the log file)");
   for (const std::wstring& line : mServices.logLines()) print(L"  " + line);
   print(L"(also in " + mServices.logFileName() + L")");
 }

@@ -5,9 +5,10 @@
 
 #include "KmUtf8.h"
 
-std::wstring widen(const char* utf8) { return utf8 ? kmFromUtf8(utf8, std::strlen(utf8)) : std::wstring(); }
+// Bytes that are not UTF-8 are kept as they are, as the runtime keeps paths.
+std::wstring widen(const char* bytes) { return bytes ? kmPathFromBytes(bytes) : std::wstring(); }
 
-std::string narrow(const std::wstring& wide) { return kmToUtf8(wide); }
+std::string narrow(const std::wstring& wide) { return kmPathToBytes(wide); }
 
 std::wstring upper(std::wstring text) {
   for (wchar_t& c : text) c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));

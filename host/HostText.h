@@ -3,7 +3,9 @@
 #pragma once
 #include <string>
 
-std::wstring widen(const char* utf8);
+// UTF-8 to wide and back; bytes that are not UTF-8 survive the round trip,
+// so a file name typed or given on the command line is found as it is.
+std::wstring widen(const char* bytes);
 std::string narrow(const std::wstring& wide);
 std::wstring upper(std::wstring text);
 bool equalNoCase(const std::wstring& a, const std::wstring& b);

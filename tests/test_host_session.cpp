@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <utility>
@@ -47,6 +48,12 @@ void expectInOrder(const std::string& text, std::initializer_list<const char*> n
     ASSERT_NE(std::string::npos, found) << "missing, or out of order: \"" << needle << "\"\n" << text;
     at = found + 1;
   }
+}
+
+std::size_t count(const std::string& text, const std::string& needle) {
+  std::size_t n = 0;
+  for (std::size_t at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) ++n;
+  return n;
 }
 
 }  // namespace
@@ -107,6 +114,39 @@ TEST(HostSession, EndOfInputUnloadsEverythingAndExitsCleanly) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   }();
   expectInOrder(log, {"shapes.yrx load success", "shapes.yrx unload", "units.yrx unload"});
+}
+
+TEST(HostSession, ALongLineRunsWholeOrNotAtAllNeverAsTwoCommands) {
+  // Over the 4 KiB a line once had: one command, its tail no command of its own.
+  const std::string longName(5000, 'Q');
+  const std::string out = runHost("", "help " + longName + "\n" + std::string(70000, 'R') + "\nmodules\n");
+  EXPECT_EQ(1u, count(out, "No command named QQQ"));
+  EXPECT_EQ(0u, count(out, "No command named " + std::string(8, 'R')));
+  const std::size_t refused =
+      out.find("Line 2 is 70000 bytes long, more than the 65536 a command line may have; none of it was run.");
+  ASSERT_NE(std::string::npos, refused);
+  EXPECT_NE(std::string::npos, out.find("hello.yrx", refused)) << "the next line runs";
+}
+
+TEST(HostSession, TheLogKeepsItsLastThousandLinesAndSaysWhereTheRestAre) {
+  std::string input;
+  for (int i = 0; i < 600; ++i) input += "unload hello.yrx\nload hello.yrx\n";
+  const std::string out = runHost("", input + "log\n");
+  const std::size_t shown = out.find("earlier lines are only in the log file");
+  ASSERT_NE(std::string::npos, shown);
+  EXPECT_EQ(0u, count(out.substr(shown), "units.yrx load success")) << "the first lines went";
+  EXPECT_EQ(1000u, count(out.substr(shown), "\n  yrx "));
+}
+
+TEST(HostSession, AModuleWhoseNameIsNotUtf8LoadsByThatName) {
+  const std::string dir = testing::TempDir() + "host-bytes";
+  const std::string module = dir + "/hel\xe9lo.yrx";  // Latin-1, not UTF-8
+  std::filesystem::create_directories(dir);
+  std::filesystem::copy_file(std::string(KMRX_EXAMPLE_MODULE_DIR) + "/hello.yrx", module,
+                             std::filesystem::copy_options::overwrite_existing);
+  const std::string out = runHost("", "load " + module + "\nmodules\n");
+  expectInOrder(out, {"hel\xe9lo.yrx", "hel\xe9lo.yrx"});
+  EXPECT_EQ(0u, count(out, "not found")) << out;
 }
 
 #endif
