@@ -7,6 +7,7 @@
 #include "YcRxProtocolReactorManagerFactoryImp.h"
 #include "YcRxProtocolReactorManagerImp.h"
 #include "core/KmRxContext.h"
+#include "core/YcRxInternal.h"
 
 YCRX_DEFINE_MEMBERS(YcRxProtocolReactor, L"AcRxProtocolReactor", L"AcRxObject")
 YCRX_DEFINE_MEMBERS(YcRxProtocolReactorIterator, L"AcRxProtocolReactorIterator", L"AcRxObject")
@@ -48,12 +49,23 @@ YcRxProtocolReactorManager* YcRxProtocolReactorManagerFactoryImp::createReactorM
           YcRxProtocolReactorManager::cast(cls->queryX(YcRxProtocolReactorManager::desc())))
     return found;
   auto* manager = new YcRxProtocolReactorManagerImp();
-  if (KmRxContext* context = kmrxContext()) context->createdManagers.append(manager);
+  KmRxContext* context = kmrxContext();
+  if (!manager || !context ||
+      !kmrxTry(L"a protocol reactor manager", [&] { context->createdManagers.append(manager); })) {
+    delete manager;
+    return nullptr;
+  }
   // The runtime's own extension, not the requesting module's: its ledger
   // does not list it.
   KmRxRunningModuleScope runtimeWork(nullptr);
   YcRxObject* previous = cls->addX(YcRxProtocolReactorManager::desc(), manager);
   if (previous && previous != manager) delete previous;
+  // Not attached (no memory for the extension): the class cannot find it
+  // again, so it is no manager of the class's.
+  if (cls->queryX(YcRxProtocolReactorManager::desc()) != manager) {
+    delete manager;  // leaves createdManagers itself
+    return nullptr;
+  }
   return manager;
 }
 
@@ -72,7 +84,14 @@ YcRxProtocolReactorList* YcRxProtocolReactorManagerImp::createReactorList(YcRxCl
   if (!reactorClass) return nullptr;
   if (YcRxProtocolReactorListImp* found = findReactorList(reactorClass)) return found;
   auto* list = new YcRxProtocolReactorListImp(reactorClass);
+  if (!list) return nullptr;
+  const int before = mLists.count();
   mLists.addTail(list);
+  // No node for it: the manager does not hold it, so it is not handed out.
+  if (mLists.count() == before) {
+    delete list;
+    return nullptr;
+  }
   return list;
 }
 

@@ -110,22 +110,26 @@ YcRxObject gExtension;
 YcRxProtocolReactor gProtocolReactor;
 YcRxObject gRegistryObject;
 YcRxProtocolReactorList* gReactorList = nullptr;
+bool gExtrasAdded = false;
 
 void addExtras() {
+  gExtrasAdded = true;
   YcRxLinkedList::desc()->addX(YcRxKernel::desc(), &gExtension);
   auto* factory = YcRxProtocolReactorManagerFactory::cast(
       YcRxDictionary::cast(ycrxSysRegistry()->at(L"ServiceDictionary"))->at(L"ProtocolReactorManager"));
-  gReactorList = factory->createReactorManager(YcRxLinkedList::desc())
-                     ->createReactorList(YcRxProtocolReactor::desc());
-  gReactorList->addReactor(&gProtocolReactor);
+  // Null when memory runs out, as a careful module expects.
+  YcRxProtocolReactorManager* manager = factory ? factory->createReactorManager(YcRxLinkedList::desc()) : nullptr;
+  gReactorList = manager ? manager->createReactorList(YcRxProtocolReactor::desc()) : nullptr;
+  if (gReactorList) gReactorList->addReactor(&gProtocolReactor);
   unsigned int id = 0;
   ycrxSysRegistry()->atPut(L"TmExtrasEntry", &gRegistryObject, id);
 }
 
 void dropExtras() {
-  if (!gReactorList) return;
+  if (!gExtrasAdded) return;
+  gExtrasAdded = false;
   YcRxLinkedList::desc()->delX(YcRxKernel::desc());
-  gReactorList->removeReactor(&gProtocolReactor);
+  if (gReactorList) gReactorList->removeReactor(&gProtocolReactor);
   gReactorList = nullptr;
   ycrxSysRegistry()->remove(L"TmExtrasEntry");
   if (gReactor) linker()->removeReactor(gReactor);

@@ -1,5 +1,6 @@
 // Runs one host session (start-up, stores, the demand-load registry, start-up
-// and listed modules, a demand load, messages, unloads, teardown) with the
+// and listed modules, a demand load, messages, a module that leaves things
+// behind, unloads, teardown) with the
 // nth allocation failing. Every step must return: the test that runs this
 // program for every n checks that it exits 0, and under the sanitizers that
 // nothing leaks or touches freed memory.
@@ -86,6 +87,13 @@ void session(const std::wstring& storeDir) {
   if (!ycrxServiceIsRegistered(L"ProbeService")) delete service;
   newYcRxClass(L"ProbeThing", L"AcRxObject");
   ycrxBuildClassHierarchy();
+  // A module that leaves everything behind, and objects of its code in the registries.
+  const std::wstring leaves = testModulePath(L"tm_leaves.yrx");
+  if (ycrxLoadModule(leaves.c_str(), false))
+    if (auto leave = reinterpret_cast<void (*)()>(
+            KmKernel32::GetProcAddress(KmKernel32::GetModuleHandleW(leaves.c_str()), "tmLeaveObjects")))
+      leave();
+  unloadModule(L"tm_leaves.yrx");
   unloadModule(L"tm_extras.yrx");
   unloadModule(L"tm_good.yrx");
   uninitDemandLoadYrxList();
