@@ -139,6 +139,9 @@ TEST_F(ModuleCheckTest, WhatOnlyTheLoaderFindsIsNamedFromItsWords) {
     EXPECT_EQ(static_cast<int>(c.failure), KmKernel32::GetLastLoadFailure().kind);
     EXPECT_EQ(0u, std::wstring(KmKernel32::GetLastLoadErrorText()).find(c.names));
   }
+  // A bare name is searched for where the loader looks.
+  EXPECT_EQ(nullptr, KmKernel32::LoadLibraryExW(L"kmrx_no_such_module.yrx", nullptr, 0));
+  EXPECT_EQ(126u, KmKernel32::GetLastError());
 }
 
 TEST_F(ModuleCheckTest, AFileNamedWithBytesThatAreNotUtf8LoadsAndKeepsItsName) {
