@@ -1,14 +1,7 @@
 // Module loading under the platform names: handle look-ups and real release, the OS fault
 // switches, and the runtime's message texts. Why a load fails is in test_module_check.
-#include <stdlib.h>
-
-#include <algorithm>
 #include <cstdint>
 #include <cwchar>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <vector>
 
 #include "FakeHost.h"
 #include "KmRxTestSupport.h"
