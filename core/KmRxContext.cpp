@@ -13,25 +13,24 @@
 #include "core/YcRxInternal.h"
 
 namespace {
-KmRxContext* gpContext = nullptr;
 // More loadable segments than an ELF object has in practice.
 constexpr int kMaxRanges = 16;
 }  // namespace
 
-KmRxContext* kmrxContext() { return gpContext; }
+KmRxContext* gpKmrxContext = nullptr;
 
 bool kmrxStartContext() {
   // A second start-up replaces the context as it replaces the module global.
   auto* fresh = kmrxNew<KmRxContext>();
   if (!fresh) return false;
-  fresh->mpReplaced = gpContext;
-  gpContext = fresh;
+  fresh->mpReplaced = gpKmrxContext;
+  gpKmrxContext = fresh;
   return true;
 }
 
 void kmrxEndContext() {
-  kmrxDelete(gpContext);
-  gpContext = nullptr;
+  kmrxDelete(gpKmrxContext);
+  gpKmrxContext = nullptr;
 }
 
 KmRxContext::KmRxContext() : supersededRecords(0, 8), createdManagers(0, 8), displacedClasses(0, 8) {}
@@ -59,6 +58,7 @@ void KmRxContext::forgetModule(KmRxModule module) {
   registryEntries.forgetModule(module);
   moduleRanges.erase(module);
   messageFaults.erase(module);
+  forgetEntryPoint(module);
 }
 
 void KmRxContext::noteModuleMapped(KmRxModule module, void* handle) {
@@ -91,17 +91,6 @@ void KmRxContext::classDestroyed(const YcRxClass* cls) {
   displacedClasses.remove(const_cast<YcRxClass*>(cls));
   if (extensions.size() != 0)
     extensions.forgetIf([cls](const KmRxExtensionKey& key) { return key.first == cls || key.second == cls; });
-}
-
-KmRxRunningModuleScope::KmRxRunningModuleScope(KmRxModule module) : mpPrevious(nullptr) {
-  if (KmRxContext* context = kmrxContext()) {
-    mpPrevious = context->mpRunningModule;
-    context->mpRunningModule = module;
-  }
-}
-
-KmRxRunningModuleScope::~KmRxRunningModuleScope() {
-  if (KmRxContext* context = kmrxContext()) context->mpRunningModule = mpPrevious;
 }
 
 void KmRxContext::noteMessageFault(KmRxModule module, bool threw, const std::wstring& text) {

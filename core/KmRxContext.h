@@ -214,6 +214,19 @@ public:
   void noteModuleMapped(KmRxModule module, void* handle);
   // Whether address lies in what the module mapped (false when unknown).
   bool inModuleCode(KmRxModule module, const void* address) const;
+  // Each mapped record's entry point, resolved once per mapping so that a
+  // delivery does not ask the loader by name; the last one used first.
+  struct EntryPoint {
+    KmRxModule record = nullptr;
+    void* entry = nullptr;
+  };
+  std::unordered_map<KmRxModule, void*> entryPoints;
+  EntryPoint lastEntryPoint;
+  // The record's module goes (unmapped, or the record deleted).
+  void forgetEntryPoint(KmRxModule module) {
+    if (lastEntryPoint.record == module) lastEntryPoint = EntryPoint();
+    if (!entryPoints.empty()) entryPoints.erase(module);
+  }
   MessageFault takeMessageFault(KmRxModule module);
 
 private:
@@ -226,7 +239,9 @@ private:
 };
 
 // The context of the running runtime; null before start-up and after teardown.
-KMRX_API KmRxContext* kmrxContext();
+// Inline: it is asked for on every delivery and registration.
+extern KMRX_API KmRxContext* gpKmrxContext;
+inline KmRxContext* kmrxContext() { return gpKmrxContext; }
 // Starts and ends the context with the module global; false when there is
 // no memory for it.
 bool kmrxStartContext();
@@ -245,10 +260,17 @@ private:
 };
 
 // Marks a record as the module now running for one message delivery.
-class KMRX_API KmRxRunningModuleScope {
+class KmRxRunningModuleScope {
 public:
-  explicit KmRxRunningModuleScope(KmRxModule module);
-  ~KmRxRunningModuleScope();
+  explicit KmRxRunningModuleScope(KmRxModule module) : mpPrevious(nullptr) {
+    if (KmRxContext* context = kmrxContext()) {
+      mpPrevious = context->mpRunningModule;
+      context->mpRunningModule = module;
+    }
+  }
+  ~KmRxRunningModuleScope() {
+    if (KmRxContext* context = kmrxContext()) context->mpRunningModule = mpPrevious;
+  }
   KmRxRunningModuleScope(const KmRxRunningModuleScope&) = delete;
   KmRxRunningModuleScope& operator=(const KmRxRunningModuleScope&) = delete;
 

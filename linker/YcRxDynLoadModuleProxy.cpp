@@ -109,6 +109,7 @@ unsigned int YcRxDynLoadModuleProxy::loadModule() {
 void YcRxDynLoadModuleProxy::unloadModule() {
   if (mHandleOwned && mpHandle) {
     (void)canUnload();  // the release does not depend on it
+    if (KmRxContext* context = kmrxContext()) context->forgetEntryPoint(this);
     KmKernel32::FreeLibrary(mpHandle);
     mpHandle = nullptr;
   }

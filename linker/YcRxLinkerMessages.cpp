@@ -1,6 +1,7 @@
 // Message delivery to modules, linker reactors, per-module flags and the
 // searches over the module dictionary.
 #include <cwchar>
+#include <exception>
 
 #include "KmErrorStatus.h"
 #include "KmPathMaker.h"
@@ -79,6 +80,23 @@ private:
   YcRxDynLoadModuleProxy* mpPrevious = nullptr;
 };
 
+// CurrentLoadingModuleSwitcher with the host's application asked for once:
+// the same two calls to the host, on every delivery.
+class ModuleBeingLoaded {
+public:
+  ModuleBeingLoaded(YcadHostApplication* app, YcRxDynLoadModuleProxy* record)
+      : mpApp(app), mpPrevious(app ? app->setModuleBeingLoaded(record) : nullptr) {}
+  ~ModuleBeingLoaded() {
+    if (mpApp) mpApp->setModuleBeingLoaded(mpPrevious);
+  }
+  ModuleBeingLoaded(const ModuleBeingLoaded&) = delete;
+  ModuleBeingLoaded& operator=(const ModuleBeingLoaded&) = delete;
+
+private:
+  YcadHostApplication* mpApp;
+  YcRxDynLoadModuleProxy* mpPrevious;
+};
+
 struct SearchNoMDIAwareModule {
   bool operator()(YcRxObject* value, int) const {
     auto* record = static_cast<YcRxDynLoadModuleProxy*>(value);
@@ -134,11 +152,11 @@ YcRxDynLoadModuleProxy* recordOfHandle(void* appHandle) {
 // A module that throws out of its entry point has failed the message: what it
 // threw is kept for the load and unload reports and logged for any other
 // message, so it neither reaches the host nor passes without a trace.
-YcRx::AppRetCode deliver(YcRxEntryPointFunc entry, YcRxDynLoadModuleProxy* record, YcRx::AppMsgCode code,
-                         void* arg) {
+[[gnu::cold, gnu::noinline]] YcRx::AppRetCode noteThrow(YcRxDynLoadModuleProxy* record, YcRx::AppMsgCode code,
+                                                        std::exception_ptr exception) {
   std::wstring thrown;
   try {
-    return entry(code, arg);
+    std::rethrow_exception(exception);
   } catch (const std::exception& e) {
     thrown = kmrxExceptionText(e);
   } catch (KmErrorStatus* status) {  // what the array template throws, its to delete
@@ -154,6 +172,47 @@ YcRx::AppRetCode deliver(YcRxEntryPointFunc entry, YcRxDynLoadModuleProxy* recor
   return YcRx::kAppRetError;
 }
 
+YcRx::AppRetCode deliver(YcRxEntryPointFunc entry, YcRxDynLoadModuleProxy* record, YcRx::AppMsgCode code,
+                         void* arg) {
+  try {
+    return entry(code, arg);
+  } catch (...) {
+    return noteThrow(record, code, std::current_exception());
+  }
+}
+
+// Out of the delivery's way: a module's refusal, kept for the reports unless
+// what it threw is kept already.
+[[gnu::cold, gnu::noinline]] void noteRefusal(YcRxDynLoadModuleProxy* record, YcRx::AppMsgCode code,
+                                              YcRx::AppRetCode answer) {
+  KmRxContext* context = kmrxContext();
+  if (context && !context->messageFaults.count(record))
+    context->noteMessageFault(record, false,
+                              L"it answered message " + std::to_wstring(static_cast<int>(code)) + L" with " +
+                                  std::to_wstring(static_cast<int>(answer)));
+}
+
+// The record's entry point, asked of the loader once per mapping.
+YcRxEntryPointFunc entryPointOf(YcRxDynLoadModuleProxy* record) {
+  KmRxContext* context = kmrxContext();
+  if (!context || !record->rxModuleHandle())
+    return reinterpret_cast<YcRxEntryPointFunc>(record->getSymbolAddr("ycrxEntryPoint"));
+  KmRxContext::EntryPoint& last = context->lastEntryPoint;
+  if (last.record == record) return reinterpret_cast<YcRxEntryPointFunc>(last.entry);
+  void* entry = nullptr;
+  const auto found = context->entryPoints.find(record);
+  if (found != context->entryPoints.end()) {
+    entry = found->second;
+  } else {
+    entry = record->getSymbolAddr("ycrxEntryPoint");
+    if (!entry) return nullptr;
+    // Without room to keep it, it is asked for again next time.
+    kmrxTry(L"the entry point of a module", [&] { context->entryPoints.emplace(record, entry); });
+  }
+  last = KmRxContext::EntryPoint{record, entry};
+  return reinterpret_cast<YcRxEntryPointFunc>(entry);
+}
+
 }  // namespace
 
 // --- delivery -------------------------------------------------------------------
@@ -163,21 +222,18 @@ bool YcRxDynamicLinkerImp::sendMessageToApp(YcRxDynLoadModuleProxy* record, YcRx
   if (!record) return false;
   SendAppMsgStackDataRestorer restorer(&mpCurrentModule, record->ydsAppData());
   mpCurrentModule = record->rxModuleHandle();
-  auto entry = reinterpret_cast<YcRxEntryPointFunc>(record->getSymbolAddr("ycrxEntryPoint"));
+  auto entry = entryPointOf(record);
   if (!entry) {
     kmrxFatal(L"Cannot find YRX entry point from module: \"%s\"!!!",
               record->fileName() ? record->fileName() : L"");
     return false;
   }
-  CurrentLoadingModuleSwitcher loading(record);
+  ModuleBeingLoaded loading(kmrxHostApp(), record);
   KmRxRunningModuleScope running(record);
-  if (KmRxContext* context = kmrxContext()) context->messageFaults.erase(record);
-  const YcRx::AppRetCode answer = deliver(entry, record, code, arg);
   KmRxContext* context = kmrxContext();
-  if (answer != YcRx::kAppRetOk && context && !context->messageFaults.count(record))
-      context->noteMessageFault(record, false,
-                                L"it answered message " + std::to_wstring(static_cast<int>(code)) +
-                                    L" with " + std::to_wstring(static_cast<int>(answer)));
+  if (context && !context->messageFaults.empty()) context->messageFaults.erase(record);
+  const YcRx::AppRetCode answer = deliver(entry, record, code, arg);
+  if (answer != YcRx::kAppRetOk) noteRefusal(record, code, answer);
   return answer == YcRx::kAppRetOk;
 }
 

@@ -58,6 +58,22 @@ TEST_F(LinkerMessages, DeliveryByNameReportsFindingNotTheAnswerAndDeliveryToAllR
   EXPECT_TRUE(unload(L"tm_api_1520"));
 }
 
+TEST_F(LinkerMessages, AModuleMappedAgainUnderItsRecordIsReachedWhereItNowIs) {
+  // Modules that register nothing, so nothing of them is left to call while unmapped.
+  YcRxDynLoadModuleProxy* record = load(L"tm_api_1520");
+  ASSERT_NE(nullptr, record);
+  EXPECT_TRUE(linker()->sendMessageToApp(record, kTmPlainMsg, nullptr));
+  record->unloadModule();
+  // Something else takes the old place, so a kept entry point would run it.
+  ASSERT_NE(nullptr, load(L"tm_api_1521"));
+  ASSERT_EQ(0u, record->loadModule());
+  EXPECT_TRUE(linker()->sendMessageToApp(record, kTmPlainMsg, nullptr));
+  EXPECT_EQ(2u, logWith(L"tm:tm_api_1520 msg 78").size());
+  EXPECT_EQ(0u, logWith(L"tm:tm_api_1521 msg 78").size());
+  EXPECT_TRUE(unload(L"tm_api_1521"));
+  EXPECT_TRUE(unload(L"tm_api_1520"));
+}
+
 TEST_F(LinkerMessages, FlagsThroughTheApplicationHandleAndQueriesByName) {
   YcRxService notARecord;
   EXPECT_FALSE(ycrxLockApplication(nullptr));
