@@ -7,22 +7,52 @@
 #include <cwchar>
 #include <limits>
 #include <locale>
-#include <stdexcept>
 #include <string>
 
 #include "KmPathMaker.h"
+#include "KmUtf8.h"
 
 namespace {
 
-// The file is UTF-8 whatever locale the program runs in.
-const std::locale& utf8Locale() {
-  static const std::locale locale = [] {
-    try {
-      return std::locale("C.UTF-8");
-    } catch (const std::runtime_error&) {
-      return std::locale::classic();
+// The file is UTF-8 whatever locale the program runs in, decoded by the
+// runtime's own decoder: a byte that is not UTF-8 becomes U+FFFD and the
+// reading goes on, where the library's converter would stop the stream there.
+class Utf8Conversion : public std::codecvt<wchar_t, char, std::mbstate_t> {
+protected:
+  result do_in(state_type&, const extern_type* from, const extern_type* fromEnd, const extern_type*& fromNext,
+               intern_type* to, intern_type* toEnd, intern_type*& toNext) const override {
+    fromNext = from;
+    toNext = to;
+    kmDecodeUtf8Chunk(fromNext, fromEnd, toNext, toEnd);
+    return fromNext == fromEnd ? ok : partial;
+  }
+  // The reader never writes.
+  result do_out(state_type&, const intern_type* from, const intern_type*, const intern_type*& fromNext,
+                extern_type* to, extern_type*, extern_type*& toNext) const override {
+    fromNext = from;
+    toNext = to;
+    return error;
+  }
+  result do_unshift(state_type&, extern_type* to, extern_type*, extern_type*& toNext) const override {
+    toNext = to;
+    return noconv;
+  }
+  int do_encoding() const noexcept override { return 0; }
+  bool do_always_noconv() const noexcept override { return false; }
+  int do_max_length() const noexcept override { return 4; }
+  int do_length(state_type&, const extern_type* from, const extern_type* fromEnd,
+                std::size_t max) const override {
+    const extern_type* next = from;
+    for (wchar_t one[1]; max > 0; --max) {
+      wchar_t* out = one;
+      if (kmDecodeUtf8Chunk(next, fromEnd, out, one + 1) || out == one) break;
     }
-  }();
+    return static_cast<int>(next - from);
+  }
+};
+
+const std::locale& utf8Locale() {
+  static const std::locale locale(std::locale::classic(), new Utf8Conversion);
   return locale;
 }
 

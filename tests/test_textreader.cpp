@@ -75,4 +75,26 @@ TEST_F(TextReaderTest, OverLongLineIsCutAndReadingGoesOn) {
   EXPECT_TRUE(reader.isEOF());
 }
 
+TEST_F(TextReaderTest, BytesThatAreNotUtf8BecomeReplacementsAndTheRestIsRead) {
+  // Over the stream's read size, so sequences are split between reads too.
+  std::string many;
+  for (int i = 0; i < 3000; ++i) many += "\xC3\xA9";
+  dir.write("bad.lst", "a\xFF" "b.yrx\n" "c\xE2\x82.yrx\n" + std::string(200, '\x80') + "\n" + many +
+                           "\nafter.yrx\nlast\xF0\x9F\x98");  // cut short at the very end
+  ASSERT_TRUE(reader.open(L"bad.lst"));
+  std::vector<std::wstring> lines;
+  for (int guard = 0; !reader.isEOF() && guard < 10; ++guard) {
+    wchar_t line[8000];
+    reader.nextLine(line, 8000);
+    lines.emplace_back(line);
+  }
+  ASSERT_EQ(6u, lines.size());
+  EXPECT_EQ(L"last", lines[5]) << "a character cut short by the end of the file is dropped";
+  EXPECT_EQ(L"a\xFFFD" L"b.yrx", lines[0]);
+  EXPECT_EQ(L"c\xFFFD.yrx", lines[1]);
+  EXPECT_EQ(std::wstring(200, L'\xFFFD'), lines[2]);
+  EXPECT_EQ(std::wstring(3000, L'\xE9'), lines[3]);
+  EXPECT_EQ(L"after.yrx", lines[4]);
+}
+
 }  // namespace

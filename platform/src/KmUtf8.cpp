@@ -45,6 +45,36 @@ wchar_t kmDecodeUtf8(const unsigned char*& p, const unsigned char* end) {
 
 namespace {
 
+// Whether [p, end) is the start of a valid sequence that needs more bytes.
+bool cutShort(const unsigned char* p, const unsigned char* end) {
+  const unsigned b0 = *p;
+  const int more = b0 >= 0xC2 && b0 <= 0xDF ? 1 : b0 >= 0xE0 && b0 <= 0xEF ? 2 : b0 >= 0xF0 && b0 <= 0xF4 ? 3 : 0;
+  if (more == 0 || end - p > more) return false;
+  // Decoding what is there tells: a valid prefix breaks off only at end.
+  const unsigned char* q = p;
+  kmDecodeUtf8(q, end);
+  return q == end;
+}
+
+}  // namespace
+
+bool kmDecodeUtf8Chunk(const char*& from, const char* fromEnd, wchar_t*& to, wchar_t* toEnd) {
+  auto p = reinterpret_cast<const unsigned char*>(from);
+  const auto end = reinterpret_cast<const unsigned char*>(fromEnd);
+  bool cut = false;
+  while (p < end && to < toEnd) {
+    if (cutShort(p, end)) {
+      cut = true;
+      break;
+    }
+    *to++ = kmDecodeUtf8(p, end);
+  }
+  from = reinterpret_cast<const char*>(p);
+  return cut;
+}
+
+namespace {
+
 // One code point as UTF-8; what cannot be encoded becomes U+FFFD.
 void appendUtf8(std::string& out, std::uint32_t c) {
   if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = kReplacement;
