@@ -39,6 +39,14 @@ protected:
   }
 };
 
+TEST_F(PlatformLoaderTest, AnAddressOfTheProgramItselfNamesTheProgram) {
+  // As for a runtime linked into the program statically.
+  static const int inProgram = 0;
+  EXPECT_EQ(KmKernel32::GetModuleHandleW(nullptr), KmKernel32::GetModuleHandleFromAddress(&inProgram));
+  EXPECT_NE(KmKernel32::GetModuleHandleW(nullptr),
+            KmKernel32::GetModuleHandleFromAddress(reinterpret_cast<const void*>(&ycrxLoadModule)));
+}
+
 TEST_F(PlatformLoaderTest, LoadedModuleIsFoundByPathAndReallyReleasedAtTheLastFree) {
   const std::wstring path = testModulePath(L"tm_api_1520.yrx");
   ASSERT_EQ(nullptr, KmKernel32::GetModuleHandleW(path.c_str())) << "left loaded elsewhere";

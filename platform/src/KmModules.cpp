@@ -115,8 +115,19 @@ HMODULE GetModuleHandleFromAddress(const void* address) {
   const char* path = kmOsAddressModulePath(address);
   if (!path) return nullptr;
   void* handle = kmOsFindModule(path);
-  if (handle) kmOsCloseModule(handle);
-  return handle;
+  if (handle) {
+    kmOsCloseModule(handle);
+    return handle;
+  }
+  // The program is not found by its path; an address of its own (a runtime
+  // linked into it statically) names the program's handle.
+  HMODULE program = GetModuleHandleW(nullptr);
+  const void* ranges[2 * 16];
+  const auto* at = static_cast<const char*>(address);
+  for (int i = 0, n = GetModuleAddressRanges(program, ranges, 16); i < n; ++i)
+    if (at >= static_cast<const char*>(ranges[2 * i]) && at < static_cast<const char*>(ranges[2 * i + 1]))
+      return program;
+  return nullptr;
 }
 
 int GetModuleAddressRanges(HMODULE module, const void** ranges, int max) {
