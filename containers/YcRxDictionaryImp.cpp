@@ -6,6 +6,7 @@
 
 #include "YcRxClass.h"
 #include "YcRxDictionaryImpIterator.h"
+#include "containers/YcRxDictionaryStore.h"
 #include "core/KmRxContext.h"
 #include "core/YcRxInternal.h"
 
@@ -37,6 +38,17 @@ void noteRegistryCleared(const YcRxDictionaryImp* dict) {
 }
 
 }  // namespace
+
+// The hash index follows every change of keys: for a sorted dictionary what
+// its key index holds, for an unsorted one the first slot of each text.
+void noteKeyAdded(YcRxDictionaryImp::ItemArray* items, YcRxStringToIdMap* keyIndex, const YcRxString* key,
+                  int index) {
+  YcRxDictionaryStore* store = YcRxDictionaryStore::of(items);
+  if (keyIndex)
+    store->follow(*keyIndex, key->rawString());
+  else
+    store->keyAdded(key, index);
+}
 
 // --- item ---------------------------------------------------------------------
 
@@ -120,7 +132,7 @@ YcRxDictionaryImp::YcRxDictionaryImp() : YcRxDictionaryImp(0, false, false, fals
 
 YcRxDictionaryImp::YcRxDictionaryImp(unsigned int length, bool deletesObjects, bool sorted,
                                      bool ignoreCase, const YcRxClass* filter)
-    : mpItems(kmrxNew<ItemArray>(static_cast<int>(length), 8)),
+    : mpItems(kmrxNew<YcRxDictionaryStore>(static_cast<int>(length))),
       mpKeyIndex(sorted ? kmrxNew<YcRxStringToIdMap>() : nullptr),
       mpFilter(filter),
       mDeletesObjects(deletesObjects),
@@ -129,7 +141,7 @@ YcRxDictionaryImp::YcRxDictionaryImp(unsigned int length, bool deletesObjects, b
 YcRxDictionaryImp::~YcRxDictionaryImp() {
   clear(false);
   kmrxDelete(mpKeyIndex);
-  kmrxDelete(mpItems);
+  kmrxDelete(mpItems ? YcRxDictionaryStore::of(mpItems) : nullptr);
 }
 
 const YcRxDictionaryImp::ItemArray& YcRxDictionaryImp::items() const {
@@ -168,13 +180,21 @@ YcRxDicItem* YcRxDictionaryImp::getAt(const wchar_t* key, int* index) {
   if (!key || !*key) return nullptr;
   // Look-ups compare the bare text under the dictionary's case rule, which is
   // what a temporary key string would do, without allocating one.
+  if (!mpItems) return nullptr;
+  // The hash index answers as the key index or the first-match walk would.
+  KmRxKeyHash<YcRxDictionaryStore::Entry>& hash = YcRxDictionaryStore::of(mpItems)->keys;
+  if (hash.valid()) {
+    const YcRxDictionaryStore::Entry* entry = hash.find(key);
+    if (!entry) return nullptr;
+    found = entry->index;
+    return mpItems->asArrayPtr() + entry->index;
+  }
   if (mpKeyIndex) {
     const int i = mpKeyIndex->getAt(key);
     if (i < 0) return nullptr;
     found = i;
     return mpItems->asArrayPtr() + i;
   }
-  if (!mpItems) return nullptr;
   YcRxDicItem* items = mpItems->asArrayPtr();
   for (int i = 0, n = mpItems->length(); i < n; ++i) {
     if (items[i].key() && sameText(items[i].key(), key)) {
@@ -193,13 +213,19 @@ YcRxDicItem* YcRxDictionaryImp::makeEmptyItem(int& index) {
   index = -1;
   if (!mpItems) return nullptr;
   YcRxDicItem* items = mpItems->asArrayPtr();
-  for (int i = 0, n = mpItems->length(); i < n; ++i) {
+  // The lowest free slot, found from the hint on instead of from slot 0.
+  int& hint = YcRxDictionaryStore::of(mpItems)->freeHint;
+  if (YcRxDictionaryStore::of(mpItems)->walksOnly) hint = 0;
+  for (int i = hint, n = mpItems->length(); i < n; ++i) {
     if (!items[i].key()) {
       index = i;
+      hint = i + 1;
       return items + i;
     }
+    hint = i + 1;
   }
   if (!kmrxTry(L"a dictionary entry", [&] { index = mpItems->append(YcRxDicItem()); })) return nullptr;
+  hint = index + 1;
   return mpItems->asArrayPtr() + index;
 }
 
@@ -249,6 +275,7 @@ YcRxObject* YcRxDictionaryImp::atPut(const wchar_t* key, YcRxObject* value, unsi
     }
     item->key() = keyString;
     item->value() = value;
+    noteKeyAdded(mpItems, mpKeyIndex, keyString, index);
     id = idxToId(index);
     noteRegistryEntry(this, index, value);
     return nullptr;
@@ -307,6 +334,7 @@ bool YcRxDictionaryImp::atKeyAndIdPut(const wchar_t* key, unsigned int id, YcRxO
   }
   item->key() = keyString;
   item->value() = value;
+  noteKeyAdded(mpItems, mpKeyIndex, keyString, idToIdx(id));
   noteRegistryEntry(this, idToIdx(id), value);
   return true;
 }
@@ -325,6 +353,7 @@ bool YcRxDictionaryImp::resetKey(const wchar_t* oldKey, const wchar_t* newKey) {
     const int kept = pos != mpKeyIndex->end() ? pos->second : index;
     mpKeyIndex->rekey(pos, newString, kept);
   }
+  rekeyed(oldString, newString, index);
   delete oldString;
   return true;
 }
@@ -339,14 +368,33 @@ bool YcRxDictionaryImp::resetKey(unsigned int id, const wchar_t* newKey) {
   if (!newString) return false;
   item->key() = newString;
   if (mpKeyIndex) mpKeyIndex->rekey(mpKeyIndex->getIteratorAt(oldString), newString, idToIdx(id));
+  rekeyed(oldString, newString, idToIdx(id));
   delete oldString;
   return true;
+}
+
+void YcRxDictionaryImp::rekeyed(const YcRxString* oldKey, const YcRxString* newKey, int index) {
+  YcRxDictionaryStore* store = YcRxDictionaryStore::of(mpItems);
+  if (mpKeyIndex) {
+    store->follow(*mpKeyIndex, oldKey->rawString());
+    store->follow(*mpKeyIndex, newKey->rawString());
+  } else {
+    store->keyRemoved(oldKey->rawString(), index);
+    store->keyAdded(newKey, index);
+  }
 }
 
 YcRxObject* YcRxDictionaryImp::removeItem(int index) {
   YcRxDicItem& item = mpItems->asArrayPtr()[index];
   YcRxString* key = item.key();
   YcRxObject* value = item.value();
+  YcRxDictionaryStore* store = YcRxDictionaryStore::of(mpItems);
+  // The key index has already let go of it, when there is one.
+  if (mpKeyIndex)
+    store->follow(*mpKeyIndex, key->rawString());
+  else
+    store->keyRemoved(key->rawString(), index);
+  store->slotFreed(index);
   item.key() = nullptr;
   item.value() = nullptr;
   noteRegistryEntry(this, index, nullptr);
@@ -420,5 +468,7 @@ void YcRxDictionaryImp::clear(bool deleteValues) {
   }
   mpItems->setLogicalLength(0);
   if (mpKeyIndex) mpKeyIndex->wipeout();
+  YcRxDictionaryStore::of(mpItems)->keys.clear();
+  YcRxDictionaryStore::of(mpItems)->freeHint = 0;
   noteRegistryCleared(this);
 }

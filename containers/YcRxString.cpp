@@ -14,10 +14,7 @@ wchar_t gEmptyText[1] = {0};
 
 }  // namespace
 
-wint_t kmrxFoldCase(wchar_t c) {
-  if (c < 0x80) return (c >= L'A' && c <= L'Z') ? static_cast<wint_t>(c + 32) : static_cast<wint_t>(c);
-  return std::towlower(static_cast<wint_t>(c));
-}
+wint_t kmrxFoldCaseWide(wchar_t c) { return std::towlower(static_cast<wint_t>(c)); }
 
 int kmrxCompareNoCase(const wchar_t* a, const wchar_t* b) {
   wint_t ca, cb;

@@ -31,7 +31,12 @@ const wchar_t* kmrxUnlinkedRuntimeClass();
 int kmrxCompareNoCase(const wchar_t* a, const wchar_t* b);
 // One character as kmrxCompareNoCase compares it: two texts compare equal
 // exactly when their folded characters are equal, so indexes can key on it.
-wint_t kmrxFoldCase(wchar_t c);
+// Inline for ASCII: hashing a key folds every character.
+wint_t kmrxFoldCaseWide(wchar_t c);
+inline wint_t kmrxFoldCase(wchar_t c) {
+  if (c < 0x80) return (c >= L'A' && c <= L'Z') ? static_cast<wint_t>(c + 32) : static_cast<wint_t>(c);
+  return kmrxFoldCaseWide(c);
+}
 // Equal without regard to case; a null name equals nothing.
 inline bool kmrxSameNameNoCase(const wchar_t* a, const wchar_t* b) {
   return a && b && kmrxCompareNoCase(a, b) == 0;

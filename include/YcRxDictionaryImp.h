@@ -126,6 +126,8 @@ public:
 private:
   YcRxString* makeKey(const wchar_t* text) const;
   YcRxObject* removeItem(int index);
+  // The hash index follows a key that changed at index.
+  void rekeyed(const YcRxString* oldKey, const YcRxString* newKey, int index);
 
   ItemArray* mpItems;
   YcRxStringToIdMap* mpKeyIndex;
