@@ -12,6 +12,7 @@
 #include "YcRxPEClassMap.h"
 #include "YcDbHostApplicationServices.h"
 #include "KmRxMessageIds.h"
+#include "core/KmRxClassLineage.h"
 #include "containers/KmRxVisit.h"
 #include "core/KmRxContext.h"
 #include "core/KmRxReports.h"
@@ -67,7 +68,9 @@ YcRxClassImp::YcRxClassImp(const wchar_t* name, const wchar_t* parentName, int d
       mIsProtocolClass(false),
       mProxyFlags(proxyFlags),
       mFeatureFlags(featureFlags),
-      mpContextMenus(nullptr) {}
+      mpContextMenus(nullptr) {
+  kmrxRelinkLineage(this);  // a line of one until it is linked
+}
 
 namespace {
 
@@ -128,8 +131,13 @@ void YcRxClassImp::getClassVersion(int& dwgVersion, int& maintenanceVersion) con
 
 bool YcRxClassImp::isDerivedFrom(const YcRxClass* other) const {
   if (!other) return false;
-  // Every descriptor is a YcRxClassImp, so the parent field can be walked directly.
-  for (const YcRxClassImp* c = this; c; c = static_cast<const YcRxClassImp*>(c->mpParent))
+  if (other == this) return true;
+  const int byLineage = kmrxDerivesByLineage(this, other);
+  if (byLineage >= 0) return byLineage == 1;
+  // Every descriptor is a YcRxClassImp, so the parent field can be walked
+  // directly; bounded, since parents named in a loop are linked in a loop.
+  int steps = 0;
+  for (const YcRxClassImp* c = this; c && steps < kMaxClassDepth; c = static_cast<const YcRxClassImp*>(c->mpParent), ++steps)
     if (c == other) return true;
   return false;
 }
@@ -256,7 +264,14 @@ void YcRxClassImp::initializeHierarchy(YcRxClass* cls, YcRxDictionary* dict) {
   imp->mpParentName = nullptr;
 }
 
-void YcRxClassImp::setParentLink(YcRxClass* parent) { mpParent = parent; }
+void YcRxClassImp::setParentLink(YcRxClass* parent) {
+  mpParent = parent;
+  kmrxRelinkLineage(this);
+}
+
+void* YcRxClassImp::operator new(std::size_t size) noexcept { return kmrxNewWithLineage(size); }
+
+void YcRxClassImp::operator delete(void* p) noexcept { kmrxDeleteWithLineage(p); }
 
 void YcRxClassImp::setModuleProxy(YcRxDynLoadModuleProxy* module) {
   mpModuleProxy = module;

@@ -38,10 +38,6 @@ bool YcRxObject::isEqualTo(const YcRxObject* other) const { return this == other
 
 YcRx::Ordering YcRxObject::comparedTo(const YcRxObject*) const { return YcRx::kNotOrderable; }
 
-bool YcRxObject::isKindOf(const YcRxClass* cls) const {
-  YcRxClass* mine = isA();
-  return mine && mine->isDerivedFrom(cls);
-}
 
 YcRxObject* YcRxObject::x(const YcRxClass* cls) const { return isA()->getX(cls); }
 
@@ -68,4 +64,4 @@ void ycrxInitClassDesc(YcRxClass*& slot, const wchar_t* name, const wchar_t* par
   slot = newYcRxClass(name, parentName, 0, constructor, nullptr, nullptr);
 }
 
-bool ycrxIsKindOf(const YcRxObject* obj, const YcRxClass* cls) { return obj && obj->isKindOf(cls); }
+

@@ -65,3 +65,11 @@ KMRX_API YcRxClass* newYcRxClassWithFeature(const wchar_t* name, const wchar_t* 
 KMRX_API void deleteYcRxClass(YcRxClass* cls);
 // Links every registered class whose parent is not linked yet to its parent.
 KMRX_API void ycrxBuildClassHierarchy();
+
+inline bool YcRxObject::isKindOf(const YcRxClass* cls) const {
+  const YcRxClass* mine = isA();
+  if (mine == cls) return mine != nullptr;
+  return mine && mine->isDerivedFrom(cls);
+}
+
+inline bool ycrxIsKindOf(const YcRxObject* obj, const YcRxClass* cls) { return obj && obj->isKindOf(cls); }

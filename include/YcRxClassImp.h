@@ -15,9 +15,11 @@ class YcRxPEClassMap;
 class KMRX_API YcRxClassImp : public YcRxClass, public YcBaseClassWithNew {
 public:
   YCRX_DECLARE_MEMBERS(YcRxClassImp);
-  // Both bases allocate from the platform heap; this one is named as theirs.
-  using YcBaseClassWithNew::operator new;
-  using YcBaseClassWithNew::operator delete;
+  // From the platform heap, like both bases, with room in front of the
+  // descriptor for the runtime's record of its ancestors (type checks in
+  // constant time without a field of its own).
+  static void* operator new(std::size_t size) noexcept;
+  static void operator delete(void* p) noexcept;
 
   typedef std::pair<const YcRxObject*, const YcRxDynLoadModuleProxy*> ContextMenu;
 

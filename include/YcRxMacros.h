@@ -17,8 +17,8 @@ KMRX_API YcRxClass* ycrxLookupClassDesc(YcRxClass*& slot, const wchar_t* name);
 // Registers name under parentName unless slot already is the registered descriptor.
 KMRX_API void ycrxInitClassDesc(YcRxClass*& slot, const wchar_t* name, const wchar_t* parentName,
                                 YcRxPseudoConstructor constructor);
-// Whether obj is non-null and of kind cls.
-KMRX_API bool ycrxIsKindOf(const YcRxObject* obj, const YcRxClass* cls);
+// Whether obj is non-null and of kind cls (inline, defined in YcRxClass.h).
+inline bool ycrxIsKindOf(const YcRxObject* obj, const YcRxClass* cls);
 
 inline YcRxClass* ycrxCachedClassDesc(YcRxClass*& slot, const wchar_t* name) {
   return slot ? slot : ycrxLookupClassDesc(slot, name);

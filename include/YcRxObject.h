@@ -29,8 +29,12 @@ public:
   static YcRxClass* desc();
   static YcRxObject* cast(const YcRxObject* obj) { return const_cast<YcRxObject*>(obj); }
 
-  bool isKindOf(const YcRxClass* cls) const;
+  // Inline (YcRxClass.h): the exact class is answered before any further call.
+  inline bool isKindOf(const YcRxClass* cls) const;
   // The extension of cls on this object's class; x reports a fatal error when there is none.
   YcRxObject* x(const YcRxClass* cls) const;
   YcRxObject* queryX(const YcRxClass* cls) const;
 };
+
+// The descriptor interface completes isKindOf.
+#include "YcRxClass.h"

@@ -1,0 +1,106 @@
+// Type checks answered through each descriptor's line of ancestors against
+// the plain walk up the parent links they stand in for: random class trees
+// registered in random order (children before parents, parents that never
+// come), linked, and cut apart by retiring classes; after every step the
+// whole isDerivedFrom matrix, isKindOf and cast must agree with the walk.
+// Parents named at random also form loops (A names B, B names A): both
+// answers must stay bounded there too.
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "KmRxTestSupport.h"
+#include "core/KmRxClassLineage.h"
+
+namespace {
+
+// Whether the parents of cls run out (they do unless they loop).
+bool endsAtTheTop(const YcRxClass* cls) {
+  for (int guard = 0; cls; cls = cls->myParent())
+    if (++guard > 10000) return false;
+  return true;
+}
+
+bool walkDerives(const YcRxClass* cls, const YcRxClass* base) {
+  if (!base) return false;
+  for (int guard = 0; cls && guard < 10000; cls = cls->myParent(), ++guard)
+    if (cls == base) return true;
+  return false;
+}
+
+class ClassLineage : public RuntimeTest {
+protected:
+  void TearDown() override {
+    for (auto it = mNames.rbegin(); it != mNames.rend(); ++it)
+      if (YcRxClass* cls = find(*it)) deleteYcRxClass(cls);
+    YcRxClassImp::destroyDoomedRxClasses(true);
+    RuntimeTest::TearDown();
+  }
+
+  static YcRxClass* find(const std::wstring& name) {
+    return YcRxClass::cast(ycrxInternalGetClassDic()->at(name.c_str()));
+  }
+
+  // Every pair among the live classes of this test and a few runtime classes.
+  void expectMatrixAgrees(const char* when) {
+    std::vector<YcRxClass*> all = {YcRxObject::desc(), YcRxDictionary::desc(), YcRxClassImp::desc()};
+    for (const std::wstring& name : mNames)
+      if (YcRxClass* cls = find(name)) all.push_back(cls);
+    for (YcRxClass* a : all)
+      for (YcRxClass* b : all) {
+        ASSERT_EQ(walkDerives(a, b), a->isDerivedFrom(b)) << when << ": " << a->name() << " from " << b->name();
+        // The line itself answers, not the walk it falls back on, wherever the parents end.
+        if (endsAtTheTop(a) && endsAtTheTop(b)) {
+          ASSERT_EQ(walkDerives(a, b) ? 1 : 0, kmrxDerivesByLineage(a, b)) << when << ": " << a->name();
+        }
+        // A descriptor is an object too, of the descriptor class.
+        ASSERT_EQ(walkDerives(a->isA(), b), a->isKindOf(b)) << when << ": " << a->name() << " of kind " << b->name();
+        ASSERT_EQ(walkDerives(a->isA(), b), ycrxIsKindOf(a, b));
+      }
+    for (YcRxClass* a : all) ASSERT_FALSE(a->isDerivedFrom(nullptr));
+  }
+
+  std::vector<std::wstring> mNames;
+};
+
+}  // namespace
+
+TEST_F(ClassLineage, AgreesWithTheParentWalkOverRandomTreesAsTheyAreBuiltAndCut) {
+  for (unsigned int seed = 1; seed <= 5; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    const std::size_t first = mNames.size();
+    const int count = 40;
+    for (int i = 0; i < count; ++i) mNames.push_back(uniqueClassName(L"Lineage"));
+    // Parents: the root, an earlier or a later class of the round, or a name nobody registers.
+    std::vector<std::wstring> parents;
+    for (int i = 0; i < count; ++i) {
+      const unsigned int pick = random() % 10;
+      if (pick == 0) parents.push_back(L"AcRxObject");
+      else if (pick == 1) parents.push_back(L"LineageNeverRegistered");
+      else parents.push_back(mNames[first + random() % count]);
+    }
+    std::vector<int> order(count);
+    for (int i = 0; i < count; ++i) order[i] = i;
+    std::shuffle(order.begin(), order.end(), random);
+    for (int n = 0; n < count; ++n) {
+      const int i = order[n];
+      if (parents[i] == mNames[first + i]) parents[i] = L"AcRxObject";  // not its own parent
+      newYcRxClass(mNames[first + i].c_str(), parents[i].c_str());
+      if (random() % 8 == 0) ycrxBuildClassHierarchy();
+      if (n % 5 == 4) expectMatrixAgrees("registering");
+    }
+    ycrxBuildClassHierarchy();
+    expectMatrixAgrees("linked");
+    // Retire a few, children and parents alike; with the checks a session
+    // runs, their sub-classes lose their parent.
+    for (int n = 0; n < 8; ++n)
+      if (YcRxClass* cls = find(mNames[first + random() % count])) deleteYcRxClass(cls);
+    YcRxClassImp::destroyDoomedRxClasses(true);
+    expectMatrixAgrees("after retiring");
+    ycrxBuildClassHierarchy();
+    expectMatrixAgrees("linked again");
+    clearFatalMessages();
+  }
+}
