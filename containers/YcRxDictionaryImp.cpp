@@ -5,6 +5,7 @@
 #include <cwchar>
 
 #include "YcRxClass.h"
+#include "YcRxClassImp.h"
 #include "YcRxDictionaryImpIterator.h"
 #include "containers/YcRxDictionaryStore.h"
 #include "core/KmRxContext.h"
@@ -29,6 +30,15 @@ void noteRegistryEntry(const YcRxDictionaryImp* dict, int index, YcRxObject* val
     context->registryEntries.credit(id, context->runningModule(), value);
   else
     context->registryEntries.forget(id);
+}
+
+// A class put into the class dictionary that still waits for its parent is
+// noted for the next tree build.
+void noteClassEntry(const YcRxDictionaryImp* dict, const wchar_t* key, YcRxObject* value) {
+  KmRxContext* context = kmrxContext();
+  if (!context || !value || !key || dict != kmrxClassDictionary()) return;
+  auto* cls = dynamic_cast<YcRxClassImp*>(value);
+  if (cls && cls->pendingParentName()) context->notePendingClass(key, cls);
 }
 
 void noteRegistryCleared(const YcRxDictionaryImp* dict) {
@@ -278,6 +288,7 @@ YcRxObject* YcRxDictionaryImp::atPut(const wchar_t* key, YcRxObject* value, unsi
     noteKeyAdded(mpItems, mpKeyIndex, keyString, index);
     id = idxToId(index);
     noteRegistryEntry(this, index, value);
+    noteClassEntry(this, keyString->rawString(), value);
     return nullptr;
   }
   // An existing key reports its array index, not index + 1; callers rely on it.
@@ -286,6 +297,7 @@ YcRxObject* YcRxDictionaryImp::atPut(const wchar_t* key, YcRxObject* value, unsi
   if (old == value) return nullptr;
   item->value() = value;
   noteRegistryEntry(this, index, value);
+  noteClassEntry(this, item->key()->rawString(), value);
   delete old;  // replaced values go, whatever the delete setting
   return nullptr;
 }
@@ -312,6 +324,7 @@ YcRxObject* YcRxDictionaryImp::swapValue(const YcRxDicItem* item, YcRxObject* va
   if (old == value) return nullptr;
   slot->value() = value;
   noteRegistryEntry(this, static_cast<int>(slot - mpItems->asArrayPtr()), value);
+  noteClassEntry(this, slot->key() ? slot->key()->rawString() : nullptr, value);
   if (!mDeletesObjects || !old) return old;
   delete old;
   return nullptr;
@@ -336,6 +349,7 @@ bool YcRxDictionaryImp::atKeyAndIdPut(const wchar_t* key, unsigned int id, YcRxO
   item->value() = value;
   noteKeyAdded(mpItems, mpKeyIndex, keyString, idToIdx(id));
   noteRegistryEntry(this, idToIdx(id), value);
+  noteClassEntry(this, keyString->rawString(), value);
   return true;
 }
 
@@ -354,6 +368,7 @@ bool YcRxDictionaryImp::resetKey(const wchar_t* oldKey, const wchar_t* newKey) {
     mpKeyIndex->rekey(pos, newString, kept);
   }
   rekeyed(oldString, newString, index);
+  noteClassEntry(this, newString->rawString(), item->value());
   delete oldString;
   return true;
 }
@@ -369,6 +384,7 @@ bool YcRxDictionaryImp::resetKey(unsigned int id, const wchar_t* newKey) {
   item->key() = newString;
   if (mpKeyIndex) mpKeyIndex->rekey(mpKeyIndex->getIteratorAt(oldString), newString, idToIdx(id));
   rekeyed(oldString, newString, idToIdx(id));
+  noteClassEntry(this, newString->rawString(), item->value());
   delete oldString;
   return true;
 }

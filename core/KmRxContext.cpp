@@ -86,6 +86,20 @@ bool KmRxContext::inModuleCode(KmRxModule module, const void* address) const {
   return false;
 }
 
+bool KmRxContext::NoCaseLess::operator()(const std::wstring& a, const std::wstring& b) const {
+  return kmrxCompareNoCase(a.c_str(), b.c_str()) < 0;
+}
+
+void KmRxContext::notePendingClass(const wchar_t* key, YcRxClass* cls) {
+  if (!pendingComplete || !key) return;
+  try {
+    pendingClasses[key] = cls;
+  } catch (const std::bad_alloc&) {
+    pendingClasses.clear();
+    pendingComplete = false;
+  }
+}
+
 void KmRxContext::classDestroyed(const YcRxClass* cls) {
   classes.forget(const_cast<YcRxClass*>(cls));
   displacedClasses.remove(const_cast<YcRxClass*>(cls));

@@ -208,6 +208,19 @@ public:
   };
   std::unordered_map<KmRxModule, MessageFault> messageFaults;
   void noteMessageFault(KmRxModule module, bool threw, const std::wstring& text);
+  // Classes in the class dictionary still waiting for their parent, by the
+  // key each stands under, in the dictionary's key order: the tree build
+  // visits these instead of every class. Every put into the class dictionary
+  // notes a pending class here; when one could not be noted, pendingComplete
+  // is false and the build walks the whole dictionary (and starts the set
+  // afresh).
+  struct NoCaseLess {
+    bool operator()(const std::wstring& a, const std::wstring& b) const;
+  };
+  std::map<std::wstring, YcRxClass*, NoCaseLess> pendingClasses;
+  bool pendingComplete = true;
+  void notePendingClass(const wchar_t* key, YcRxClass* cls);
+
   // Where each loaded module's segments are mapped, taken at load, so that an
   // object left in a registry can be told to be of the module's code.
   std::unordered_map<KmRxModule, std::vector<const void*>> moduleRanges;

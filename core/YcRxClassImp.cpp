@@ -477,11 +477,44 @@ void deleteYcRxClass(YcRxClass* cls) {
   if (cls) YcRxClassImp::cacheDoomedRxClass(cls);
 }
 
+namespace {
+
+// The classes noted as waiting, in key order, as the whole walk would meet
+// them; an entry whose key now holds something else, or a class linked since,
+// is passed over.
+void linkPendingClasses(KmRxContext& context, YcRxDictionary* classes) {
+  std::vector<std::pair<std::wstring, YcRxClass*>> waiting;
+  try {
+    waiting.assign(context.pendingClasses.begin(), context.pendingClasses.end());
+  } catch (const std::bad_alloc&) {
+    kmrxOutOfMemory(L"the classes waiting for their parents");
+    return;
+  }
+  context.pendingClasses.clear();
+  for (const auto& [key, cls] : waiting) {
+    if (classes->at(key.c_str()) != cls) continue;
+    YcRxClassImp::initializeHierarchy(cls, classes);
+    if (YcRxClassImp::getImpl(cls)->pendingParentName()) context.notePendingClass(key.c_str(), cls);
+  }
+}
+
+}  // namespace
+
 void ycrxBuildClassHierarchy() {
   YcRxDictionary* classes = kmrxClassDictionary();
+  KmRxContext* context = kmrxContext();
+  if (context && context->pendingComplete && classes) return linkPendingClasses(*context, classes);
+  // The whole walk; what still waits after it is noted afresh.
+  if (context) {
+    context->pendingClasses.clear();
+    context->pendingComplete = true;
+  }
   kmrxVisitEntries(classes, YcRx::kDictKeyOrder, [&](YcRxDictionaryIterator& entry) {
-    if (YcRxObject* cls = entry.object())
-      YcRxClassImp::initializeHierarchy(static_cast<YcRxClass*>(cls), classes);
+    YcRxObject* object = entry.object();
+    if (!object) return;
+    YcRxClassImp::initializeHierarchy(static_cast<YcRxClass*>(object), classes);
+    auto* cls = dynamic_cast<YcRxClassImp*>(object);
+    if (context && cls && cls->pendingParentName()) context->notePendingClass(entry.key(), cls);
   });
 }
 

@@ -6,12 +6,14 @@
 // Parents named at random also form loops (A names B, B names A): both
 // answers must stay bounded there too.
 #include <algorithm>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "KmRxTestSupport.h"
 #include "core/KmRxClassLineage.h"
+#include "core/KmRxContext.h"
 
 namespace {
 
@@ -103,4 +105,62 @@ TEST_F(ClassLineage, AgreesWithTheParentWalkOverRandomTreesAsTheyAreBuiltAndCut)
     expectMatrixAgrees("linked again");
     clearFatalMessages();
   }
+}
+
+namespace {
+
+// One random scenario of registrations and builds under its own names; what
+// each build did, as text: every class's parent and every parent's
+// sub-classes in order, and the reports of each build.
+std::wstring runScenario(std::vector<std::wstring>& names, unsigned int seed, bool walkWhole,
+                         const std::function<std::size_t()>& reports) {
+  std::mt19937 random(seed);
+  const std::wstring stem = uniqueClassName(L"Tree");
+  const int count = 30;
+  std::vector<std::wstring> mine;
+  for (int i = 0; i < count; ++i) mine.push_back(stem + L"_" + std::to_wstring(i));
+  names.insert(names.end(), mine.begin(), mine.end());
+  std::wstring out;
+  auto describe = [&] {
+    for (const std::wstring& name : mine) {
+      YcRxClass* cls = YcRxClass::cast(ycrxInternalGetClassDic()->at(name.c_str()));
+      if (!cls) continue;
+      const YcRxClass* parent = cls->myParent();
+      out += name.substr(stem.size()) + L"<" + (parent ? std::wstring(parent->name()).substr(0, 4) : L"-");
+      if (YcRxLinkedList* subs = YcRxClassImp::getImpl(cls)->subClasses())
+        for (YcRxLinkedNode* node = subs->frontNode(); node; node = node->next())
+          out += L"," + std::wstring(static_cast<YcRxClass*>(node->object())->name()).substr(stem.size());
+      out += L";";
+    }
+  };
+  for (int i = 0; i < count; ++i) {
+    const unsigned int pick = random() % 6;
+    const std::wstring parent = pick == 0 ? L"AcRxObject" : pick == 1 ? L"TreeNeverRegistered" : mine[random() % count];
+    newYcRxClass(mine[i].c_str(), parent == mine[i] ? L"AcRxObject" : parent.c_str());
+    if (random() % 4 == 0) {
+      const std::size_t before = reports();
+      if (walkWhole) kmrxContext()->pendingComplete = false;
+      ycrxBuildClassHierarchy();
+      out += L"build:" + std::to_wstring(reports() - before) + L";";
+      describe();
+    }
+  }
+  // Gone again, so the next run meets the same classes waiting.
+  for (auto it = mine.rbegin(); it != mine.rend(); ++it)
+    if (YcRxClass* cls = YcRxClass::cast(ycrxInternalGetClassDic()->at(it->c_str()))) deleteYcRxClass(cls);
+  YcRxClassImp::destroyDoomedRxClasses(true);
+  return out;
+}
+
+}  // namespace
+
+TEST_F(ClassLineage, TheTreeBuildThatVisitsOnlyWaitingClassesDoesWhatTheWholeWalkDoes) {
+  for (unsigned int seed = 1; seed <= 8; ++seed) {
+    SCOPED_TRACE(seed);
+    const auto reports = [this] { return fatalMessages().size(); };
+    const std::wstring indexed = runScenario(mNames, seed, false, reports);
+    const std::wstring whole = runScenario(mNames, seed, true, reports);
+    EXPECT_EQ(whole, indexed);
+  }
+  clearFatalMessages();
 }
