@@ -55,8 +55,13 @@ public:
         throw;
       }
     } catch (const std::bad_alloc&) {
+      mComplete = false;
     }
   }
+
+  // False once a credit was lost to exhausted memory: then the ledger may
+  // miss something, and whoever relies on it being whole walks instead.
+  bool complete() const { return mComplete; }
 
   void forget(const Key& key) {
     auto slot = mSlots.find(key);
@@ -115,6 +120,7 @@ private:
   std::unordered_map<Key, Slot, Hash> mSlots;
   std::unordered_map<KmRxModule, std::map<std::uint64_t, Key>> mByModule;
   std::uint64_t mNextOrder = 0;
+  bool mComplete = true;
 };
 
 struct KmRxPairHash {

@@ -146,15 +146,28 @@ void YcRxDynamicLinkerImp::resetRegistedClassesbyModule(YcRxDynLoadModuleProxy* 
   // Looked up by name, as the protocol is defined.
   YcRxDictionary* classes = kmrxRegisteredClassDictionary();
   if (!classes) return;
+  // The ledger lists exactly the classes stamped with the record: those in
+  // the dictionary, which the protocol walks the dictionary for, and those a
+  // namesake displaced, which would keep a stamp of a record about to go.
+  KmRxContext* context = kmrxContext();
+  if (context && context->classes.complete()) {
+    try {
+      for (const auto& entry : context->classes.of(record))
+        YcRxClassImp::getImplRxClass(entry.key)->setModuleProxy(nullptr);
+      return;
+    } catch (const std::bad_alloc&) {
+      // The walk below does it without allocating.
+    }
+  }
   kmrxVisitEntries(classes, YcRx::kDictIdOrder, [&](YcRxDictionaryIterator& entry) {
     YcRxClassImp* cls = YcRxClassImp::getImplRxClass(static_cast<YcRxClass*>(entry.object()));
     if (cls && cls->moduleProxy() == record) cls->setModuleProxy(nullptr);
   });
-  // Classes displaced from the dictionary by a namesake keep their stamp
-  // otherwise, and the record is about to go.
-  if (KmRxContext* context = kmrxContext())
-    for (YcRxClass* cls : context->ledgerOf(record).classes)
-      YcRxClassImp::getImplRxClass(cls)->setModuleProxy(nullptr);
+  if (context)
+    for (int i = 0; i < context->displacedClasses.length(); ++i) {
+      YcRxClassImp* cls = YcRxClassImp::getImplRxClass(context->displacedClasses[i]);
+      if (cls->moduleProxy() == record) cls->setModuleProxy(nullptr);
+    }
 }
 
 void YcRxDynamicLinkerImp::beginUnloadYrxModule() { ++mUnloadDepth; }

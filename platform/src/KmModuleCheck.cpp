@@ -88,12 +88,34 @@ struct Segment {
 };
 
 // Positioned reads within the file's size.
+// The file, read from its start in one piece: the headers, dynamic section,
+// symbols and hash tables of a shared object come first, so a look at a
+// module costs one read. What lies past that piece is read when asked for.
 class ModuleFile {
 public:
-  ModuleFile(void* file, std::uint64_t size) : mpFile(file), mSize(size) {}
+  static constexpr std::size_t kHead = 64 * 1024;
+
+  ModuleFile(void* file, std::uint64_t size) : mpFile(file), mSize(size) {
+    try {
+      mHead.resize(static_cast<std::size_t>(std::min<std::uint64_t>(size, kHead)));
+    } catch (const std::bad_alloc&) {
+      mHead.clear();  // every read goes to the file
+    }
+    const long long got = mHead.empty() ? 0 : kmOsReadFileAt(mpFile, 0, mHead.data(), mHead.size());
+    if (got != static_cast<long long>(mHead.size())) {
+      mHeadError = got < 0 ? errno : 0;
+      mHead.clear();
+    }
+  }
   std::uint64_t size() const { return mSize; }
+  // Why the first read failed (an errno), or 0.
+  int headError() const { return mHeadError; }
   bool read(std::uint64_t offset, void* out, std::size_t bytes) const {
     if (offset > mSize || bytes > mSize - offset) return false;
+    if (offset + bytes <= mHead.size()) {
+      std::memcpy(out, mHead.data() + offset, bytes);
+      return true;
+    }
     return kmOsReadFileAt(mpFile, static_cast<long long>(offset), out, bytes) ==
            static_cast<long long>(bytes);
   }
@@ -105,6 +127,8 @@ public:
 private:
   void* mpFile;
   std::uint64_t mSize;
+  std::vector<unsigned char> mHead;
+  int mHeadError = 0;
 };
 
 bool checkHeader(const unsigned char* h, std::size_t got, KmModuleCheck& result) {
@@ -298,6 +322,8 @@ bool kmCheckModuleBytes(const std::string& path, const char* const* requiredExpo
   bool ok = true;
   if (size == 0)
     ok = fail(result, KmLoadFailure::kNotElf, L"it is empty");
+  else if (file.headError())
+    ok = fail(result, KmLoadFailure::kUnreadable, L"it cannot be read: " + errorText(file.headError()));
   else if (!file.read(0, header, got))
     ok = fail(result, KmLoadFailure::kUnreadable, L"it cannot be read: " + errorText(errno));
   std::vector<Segment> segments;
