@@ -343,8 +343,8 @@ YcRxObject* YcRxClassImp::delX(YcRxClass* protocolClass) { return addX(protocolC
 
 YcRxObject* YcRxClassImp::queryX(const YcRxClass* protocolClass) {
   if (!protocolClass) return nullptr;
-  YcRxPEClassMap* map = getPEObjectMap();  // made on first use, as defined
-  return map ? map->find(protocolClass) : nullptr;
+  YcRxPEClassMap* map = mpPEObjectMap ? mpPEObjectMap : getPEObjectMap();  // made on first use, as defined
+  return map ? map->findDirect(protocolClass) : nullptr;
 }
 
 void YcRxClassImp::subAddX(YcRxClass* cls, YcRxClass* protocolClass, YcRxObject* newValue,

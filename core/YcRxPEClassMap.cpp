@@ -1,6 +1,8 @@
 // A descriptor's protocol-extension map, keyed by protocol class address.
 #include "YcRxPEClassMap.h"
 
+#include <cstdint>
+
 #include "containers/YcRxTreeMap.h"
 
 YCRX_DEFINE_MEMBERS(YcRxPEClassMap, L"YcRxPEClassMap", L"YcRxGenericMap")
@@ -22,6 +24,7 @@ YcRxObject* YcRxPEClassMap::setAt(const YcRxObject* key, YcRxObject* value) {
   auto pos = mTree.find(key);
   if (pos == mTree.end()) {
     kmrxTry(L"a protocol extension", [&] { mTree.emplace(key, value); });
+    mIndexStale = true;
     return nullptr;
   }
   YcRxObject* old = pos->second;
@@ -39,10 +42,44 @@ YcRxObject* YcRxPEClassMap::remove(YcRxIterator* it) {
 }
 
 YcRxObject* YcRxPEClassMap::remove(const YcRxObject* key) {
+  mIndexStale = true;
   return kmrxTreeRemove(mTree, key, KmrxTreeKeys::kBorrowed);
 }
 
-YcRxObject* YcRxPEClassMap::find(const YcRxObject* key) const { return kmrxTreeFind(mTree, key); }
+bool YcRxPEClassMap::reindex() const {
+  std::size_t size = 8;
+  while (size < mTree.size() * 2) size *= 2;
+  try {
+    mIndex.assign(size, IndexSlot{nullptr, mTree.end()});
+  } catch (const std::bad_alloc&) {
+    mIndex.clear();
+    return false;  // the tree answers until the index can be made
+  }
+  for (auto pos = mTree.begin(); pos != mTree.end(); ++pos) {
+    std::size_t i = indexSlot(pos->first, size - 1);
+    while (mIndex[i].key) i = (i + 1) & (size - 1);
+    mIndex[i] = IndexSlot{pos->first, pos};
+  }
+  mIndexStale = false;
+  return true;
+}
+
+const YcRxPEClassMap::IndexSlot* YcRxPEClassMap::indexed(const YcRxObject* key) const {
+  const std::size_t mask = mIndex.size() - 1;
+  for (std::size_t i = indexSlot(key, mask);; i = (i + 1) & mask) {
+    if (mIndex[i].key == key) return &mIndex[i];
+    if (!mIndex[i].key) return nullptr;
+  }
+}
+
+YcRxObject* YcRxPEClassMap::find(const YcRxObject* key) const {
+  if (!key) return nullptr;
+  if (!mIndexStale || reindex()) {
+    const IndexSlot* slot = indexed(key);
+    return slot ? slot->position->second : nullptr;
+  }
+  return kmrxTreeFind(mTree, key);
+}
 
 YcRxGenericMapIterator* YcRxPEClassMap::findIterator(const YcRxObject* key) const {
   return kmrxTreeFindIterator<YcRxPEClassMapIterator>(this, key);

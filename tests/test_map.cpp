@@ -1,6 +1,8 @@
 // YcRxMap (cloned, self-ordering keys) and YcRxPEClassMap (address-ordered keys). Values are
 // stack objects: a map that deleted one would crash the test.
+#include <map>
 #include <memory>
+#include <random>
 #include <vector>
 
 #include "KmRxTestSupport.h"
@@ -220,3 +222,46 @@ TEST_F(PEClassMapTest, EntriesChangeInPlaceByKeyOrIterator) {
 }
 
 }  // namespace
+
+// The map's hash index against a plain map, whatever way the entries change:
+// by key, by iterator, all at once, or through the tree itself.
+TEST_F(PEClassMapTest, LookUpsAgreeWithAPlainMapThroughEveryKindOfChange) {
+  YcRxObject keys[40], values[40];
+  std::map<const YcRxObject*, YcRxObject*> plain;
+  std::mt19937 random(3);
+  for (int n = 0; n < 3000; ++n) {
+    const int i = static_cast<int>(random() % 40), j = static_cast<int>(random() % 40);
+    switch (random() % 6) {
+      case 0:
+      case 1:
+        map.setAt(&keys[i], &values[j]);
+        plain[&keys[i]] = &values[j];
+        break;
+      case 2:
+        map.remove(&keys[i]);
+        plain.erase(&keys[i]);
+        break;
+      case 3: {
+        Iterator it(map.findIterator(&keys[i]));
+        if (it && !it->done()) {
+          map.remove(it.get());
+          plain.erase(&keys[i]);
+        }
+        break;
+      }
+      case 4:
+        map.tree().erase(&keys[i]);
+        plain.erase(&keys[i]);
+        break;
+      default:
+        if (random() % 50 == 0) {
+          map.removeAll();
+          plain.clear();
+        }
+    }
+    for (const YcRxObject& key : keys) {
+      const auto found = plain.find(&key);
+      ASSERT_EQ(found == plain.end() ? nullptr : found->second, map.find(&key)) << "step " << n;
+    }
+  }
+}
