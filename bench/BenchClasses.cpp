@@ -110,6 +110,18 @@ void BM_Cast(benchmark::State& state) {
   }
 }
 
+// The floor of an exact-class hit: the interface asks the object for its
+// class through a virtual isA(), then compares.
+void BM_VirtualIsA(benchmark::State& state) {
+  const YcRxObject* obj = gChain.obj1.get();
+  const YcRxClass* target = gChain.depth[1];
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(obj);
+    bool same = obj->isA() == target;
+    benchmark::DoNotOptimize(same);
+  }
+}
+
 template <int Depth, bool Hit>
 void BM_DynamicCast(benchmark::State& state) {
   CxxBase* obj = Depth == 1 ? gChain.cxx1.get() : gChain.cxx8.get();
@@ -249,6 +261,7 @@ void registerClassBenchmarks() {
   RegisterBenchmark("kindOf/depth1_hit/KmRx_isKindOf", BM_IsKindOf<1, true>);
   RegisterBenchmark("kindOf/depth1_hit/KmRx_cast", BM_Cast<1, true>);
   RegisterBenchmark("kindOf/depth1_hit/dynamic_cast", BM_DynamicCast<1, true>);
+  RegisterBenchmark("kindOf/depth1_hit/virtual_isA_compare", BM_VirtualIsA);
   RegisterBenchmark("kindOf/depth1_miss/KmRx_isKindOf", BM_IsKindOf<1, false>);
   RegisterBenchmark("kindOf/depth1_miss/KmRx_cast", BM_Cast<1, false>);
   RegisterBenchmark("kindOf/depth1_miss/dynamic_cast", BM_DynamicCast<1, false>);

@@ -56,6 +56,22 @@ void BM_GTypeIsA(benchmark::State& state) {
   }
 }
 
+// The instance check GLib code writes (G_TYPE_CHECK_INSTANCE_TYPE), on an
+// instance of the chain's depth-1 or depth-8 type.
+template <int Depth, bool Hit>
+void BM_GInstanceCheck(benchmark::State& state) {
+  static GObject* instance[9] = {};
+  if (!instance[Depth]) instance[Depth] = static_cast<GObject*>(g_object_new(gDepth[Depth], nullptr));
+  GTypeInstance* object = reinterpret_cast<GTypeInstance*>(instance[Depth]);
+  const GType target = Hit ? gDepth[1] : gOther;
+  if (static_cast<bool>(G_TYPE_CHECK_INSTANCE_TYPE(object, target)) != Hit) state.SkipWithError("wrong answer");
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(object);
+    gboolean kind = G_TYPE_CHECK_INSTANCE_TYPE(object, target);
+    benchmark::DoNotOptimize(kind);
+  }
+}
+
 void BM_GTypeFromName(benchmark::State& state) {
   for (const char* probe : gProbes)
     if (!g_type_from_name(probe)) state.SkipWithError("type not found");
@@ -75,6 +91,10 @@ void registerGlibBenchmarks() {
   RegisterBenchmark("kindOf/depth1_miss/g_type_is_a", BM_GTypeIsA<1, false>);
   RegisterBenchmark("kindOf/depth8_hit/g_type_is_a", BM_GTypeIsA<8, true>);
   RegisterBenchmark("kindOf/depth8_miss/g_type_is_a", BM_GTypeIsA<8, false>);
+  RegisterBenchmark("kindOf/depth1_hit/G_TYPE_CHECK_INSTANCE_TYPE", BM_GInstanceCheck<1, true>);
+  RegisterBenchmark("kindOf/depth1_miss/G_TYPE_CHECK_INSTANCE_TYPE", BM_GInstanceCheck<1, false>);
+  RegisterBenchmark("kindOf/depth8_hit/G_TYPE_CHECK_INSTANCE_TYPE", BM_GInstanceCheck<8, true>);
+  RegisterBenchmark("kindOf/depth8_miss/G_TYPE_CHECK_INSTANCE_TYPE", BM_GInstanceCheck<8, false>);
   RegisterBenchmark("classLookup/1000_classes/g_type_from_name", BM_GTypeFromName);
 }
 
