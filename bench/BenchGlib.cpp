@@ -72,6 +72,20 @@ void BM_GInstanceCheck(benchmark::State& state) {
   }
 }
 
+// 1,000 static types an iteration, under names never used before (GLib
+// cannot take a static type back).
+void BM_GTypeRegister(benchmark::State& state) {
+  static int round = 0;
+  std::vector<std::string> names(1000);
+  for (auto _ : state) {
+    state.PauseTiming();
+    for (int i = 0; i < 1000; ++i) names[i] = "BenchGReg" + std::to_string(round) + "_" + std::to_string(i);
+    ++round;
+    state.ResumeTiming();
+    for (const std::string& name : names) benchmark::DoNotOptimize(registerType(G_TYPE_OBJECT, name.c_str()));
+  }
+}
+
 void BM_GTypeFromName(benchmark::State& state) {
   for (const char* probe : gProbes)
     if (!g_type_from_name(probe)) state.SkipWithError("type not found");
@@ -96,6 +110,7 @@ void registerGlibBenchmarks() {
   RegisterBenchmark("kindOf/depth8_hit/G_TYPE_CHECK_INSTANCE_TYPE", BM_GInstanceCheck<8, true>);
   RegisterBenchmark("kindOf/depth8_miss/G_TYPE_CHECK_INSTANCE_TYPE", BM_GInstanceCheck<8, false>);
   RegisterBenchmark("classLookup/1000_classes/g_type_from_name", BM_GTypeFromName);
+  RegisterBenchmark("register/1000_classes/g_type_register_static", BM_GTypeRegister)->Iterations(30);
 }
 
 #else

@@ -40,12 +40,14 @@ int main(int argc, char** argv) {
   YcDbHostApplicationServices* previous = ycdbSetHostApplicationServices(&host);
 
   registerClassBenchmarks();
+  registerScaleBenchmarks();
   registerContainerBenchmarks();
   // Before the extension group: its large class trees are built when it runs,
   // and unloading a module walks every registered class.
   registerLinkerBenchmarks();
   registerExtensionBenchmarks();
   registerLateLinkerBenchmarks();
+  registerLateScaleBenchmarks();
   registerGlibBenchmarks();
   benchmark::AddCustomContext(
       "kmrx_class_dictionary_entries",

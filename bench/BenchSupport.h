@@ -26,6 +26,9 @@ void registerContainerBenchmarks();
 void registerExtensionBenchmarks();
 void registerLinkerBenchmarks();
 void registerGlibBenchmarks();  // does nothing without GLib
+// Registration and service look-up at scale; the late rows after the class trees.
+void registerScaleBenchmarks();
+void registerLateScaleBenchmarks();
 // Load/unload again once the class trees of the extension group exist.
 void registerLateLinkerBenchmarks();
 

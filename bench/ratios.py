@@ -19,6 +19,7 @@ UNIT_NS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 # Rows of ours compared with each other: the same operation at two sizes.
 GROWTH = [
+    ("register/1000_classes_at_12k/KmRx_newYcRxClass", "register/1000_classes/KmRx_newYcRxClass"),
     ("addXdelX/tree_10000/KmRx", "addXdelX/tree_1000/KmRx"),
     ("module/load_unload_12k_classes/KmRx_ycrxLoadModule_unload",
      "module/load_unload/KmRx_ycrxLoadModule_unload"),
