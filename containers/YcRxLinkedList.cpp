@@ -144,6 +144,17 @@ YcRxObject* YcRxLinkedList::removeAt(YcRxObject* obj) {
   return nullptr;
 }
 
+YcRxObject* YcRxLinkedList::removeOnly(YcRxObject* obj) {
+  YcRxLinkedNode* front = mpFront;
+  YcRxLinkedNode* tail = mpTail;
+  for (; front && tail; front = front->next(), tail = tail->prev()) {
+    if (front->object() == obj) return take(front);
+    if (tail->object() == obj) return take(tail);
+    if (front == tail || front->next() == tail) break;
+  }
+  return nullptr;
+}
+
 void YcRxLinkedList::removeAll() {
   YcRxLinkedNode* node = mpFront;
   while (node) {

@@ -96,7 +96,7 @@ YcRxClassImp::~YcRxClassImp() {
     }
     if (mpParent) {
       YcRxLinkedList* siblings = getImpl(mpParent)->mpSubClasses;
-      if (siblings) siblings->removeAt(static_cast<YcRxObject*>(this));
+      if (siblings) siblings->removeOnly(static_cast<YcRxObject*>(this));  // a class is linked once
     }
     if (mIsProtocolClass) {
       const RemoveProtocolClass unhook{this};

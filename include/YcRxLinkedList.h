@@ -57,6 +57,10 @@ public:
   bool contains(const YcRxObject* obj) const override;
 
   YcRxLinkedNode* frontNode() const { return mpFront; }
+  // removeAt(obj) for an object the list holds at most once, looked for from
+  // both ends at the same time: a batch retired in either order finds each
+  // near an end. Which of two equal nodes it takes is not fixed.
+  YcRxObject* removeOnly(YcRxObject* obj);
   YcRxLinkedNode* tailNode() const { return mpTail; }
 
 private:

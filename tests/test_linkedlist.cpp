@@ -1,5 +1,6 @@
 // YcRxLinkedList: node bookkeeping, the odd bulk insertion orders, identity vs equality
 // lookups, foreign iterators. The objects live inside the fixture: deleting one would crash.
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -158,3 +159,20 @@ TEST_F(LinkedListTest, ForeignIteratorIsReportedAndNeverUsed) {
 }
 
 }  // namespace
+
+TEST_F(LinkedListTest, RemovingAnObjectHeldOnceFindsItFromEitherEndAndKeepsTheRestInOrder) {
+  YcRxObject items[9];
+  for (YcRxObject& item : items) list.addTail(&item);
+  Objects left;
+  for (YcRxObject& item : items) left.push_back(&item);
+  // Ends, middles, neighbours of removed ones, then what is left.
+  for (int i : {8, 0, 4, 3, 5, 1, 7, 2, 6}) {
+    EXPECT_EQ(&items[i], list.removeOnly(&items[i]));
+    left.erase(std::find(left.begin(), left.end(), &items[i]));
+    expectOrder(list, left);
+  }
+  EXPECT_EQ(nullptr, list.removeOnly(&items[0])) << "not held";
+  list.addTail(&a);
+  EXPECT_EQ(nullptr, list.removeOnly(&b));
+  expectOrder(list, {&a});
+}
