@@ -124,6 +124,63 @@ bool uninitDemandLoadYrxList() {
   return true;
 }
 
+void kmrxDemandLoadChanged() {
+  if (KmRxContext* context = kmrxContext()) context->commandIndexValid = false;
+}
+
+namespace {
+
+std::wstring folded(const wchar_t* name) {
+  std::wstring out;
+  for (; *name; ++name) out += static_cast<wchar_t>(kmrxFoldCase(*name));
+  return out;
+}
+
+// Calls visit(object) for each object an iterator walks, then deletes it;
+// false when there was no iterator (no memory).
+template <class Visit>
+bool walkAll(YcRxIterator* it, Visit visit) {
+  if (!it) return false;
+  for (; !it->done(); it->next()) visit(it->object());
+  delete it;
+  return true;
+}
+
+// Makes the command index when it is not current; false when it cannot be
+// had, and the look-up walks every record instead.
+bool commandIndexReady(KmRxContext& context) {
+  if (context.commandIndexOff) return false;
+  if (context.commandIndexValid) return true;
+  context.commandIndex.clear();
+  bool whole = true;
+  try {
+    whole = walkAll(g_pRegYrxList->newIterator(), [&](YcRxObject* record) {
+      auto* info = static_cast<YcadRegisterYrxInfo*>(record);
+      whole = whole && walkAll(info->newIterator(), [&](YcRxObject* object) {
+        auto* group = static_cast<YcadYrxRegCmdGroup*>(object);
+        whole = whole && walkAll(group->newIterator(), [&](YcRxObject* commandObject) {
+          auto* command = static_cast<YcadYrxRegCommand*>(commandObject);
+          for (const wchar_t* name : {command->globalName(), command->localName()}) {
+            if (!name) continue;
+            std::vector<YcRxObject*>& holders = context.commandIndex[folded(name)];
+            if (holders.empty() || holders.back() != record) holders.push_back(record);
+          }
+        });
+      });
+    }) && whole;
+  } catch (const std::bad_alloc&) {
+    whole = false;
+  }
+  if (!whole) {
+    context.commandIndex.clear();
+    return false;
+  }
+  context.commandIndexValid = true;
+  return true;
+}
+
+}  // namespace
+
 bool getRegisterYrxAppInfoList(const wchar_t* command, YcArray<YcadAppInfo*>& out,
                                bool onlyOnCommandBit) {
   out.removeAll();
@@ -132,6 +189,27 @@ bool getRegisterYrxAppInfoList(const wchar_t* command, YcArray<YcadAppInfo*>& ou
   KmCharOp::find(command, L'.', 0, &dot);
   wchar_t* group = dot >= 1 ? KmCharOp::clone(command, static_cast<unsigned long>(dot)) : nullptr;
   const wchar_t* name = dot >= 0 ? command + dot + 1 : command;
+  // By name, as the query is defined.
+  YcRxDynamicLinkerImp* linker = kmrxRegisteredLinkerImp();
+  const auto consider = [&](YcRxObject* record) {
+    auto* info = static_cast<YcadRegisterYrxInfo*>(record);
+    if (!info->findCommandByName(group, name)) return true;
+    if (linker && linker->findRxModuleProxyByModuleName(info->moduleName(), false)) return true;
+    if (!onlyOnCommandBit || (info->loadReason() & YcadApp::kOnCommandInvocation))
+      return kmrxTry(L"a demand-load look-up", [&] { out.append(info); });
+    return true;
+  };
+  // Only the records holding the name can match; they are tested as the walk would.
+  KmRxContext* context = kmrxContext();
+  if (*name && (dot < 1 || group) && context && commandIndexReady(*context)) {
+    bool whole = true;
+    const auto holders = context->commandIndex.find(folded(name));
+    if (holders != context->commandIndex.end())
+      for (std::size_t i = 0; i < holders->second.size() && whole; ++i) whole = consider(holders->second[i]);
+    KmCharOp::release(group);
+    if (!whole) out.removeAll();
+    return whole;
+  }
   YcRxIterator* it = *name && (dot < 1 || group) ? g_pRegYrxList->newIterator() : nullptr;
   if (!it) {
     // Without memory for the group's name or the walk, no answer is better
@@ -140,16 +218,8 @@ bool getRegisterYrxAppInfoList(const wchar_t* command, YcArray<YcadAppInfo*>& ou
     KmCharOp::release(group);
     return false;
   }
-  // By name, as the query is defined.
-  YcRxDynamicLinkerImp* linker = kmrxRegisteredLinkerImp();
   bool whole = true;
-  for (; !it->done() && whole; it->next()) {
-    auto* info = static_cast<YcadRegisterYrxInfo*>(it->object());
-    if (!info->findCommandByName(group, name)) continue;
-    if (linker && linker->findRxModuleProxyByModuleName(info->moduleName(), false)) continue;
-    if (!onlyOnCommandBit || (info->loadReason() & YcadApp::kOnCommandInvocation))
-      whole = kmrxTry(L"a demand-load look-up", [&] { out.append(info); });
-  }
+  for (; !it->done() && whole; it->next()) whole = consider(it->object());
   delete it;
   KmCharOp::release(group);
   if (!whole) out.removeAll();

@@ -24,6 +24,7 @@ YcadRegisterYrxInfo::YcadRegisterYrxInfo(const wchar_t* appName, const wchar_t* 
 }
 
 YcadRegisterYrxInfo::~YcadRegisterYrxInfo() {
+  kmrxDemandLoadChanged();
   removeAllGroups();
   delete mpGroups;
 }
@@ -46,9 +47,13 @@ YcadYrxRegCommand* YcadRegisterYrxInfo::findCommandByName(const wchar_t* group,
   return found;
 }
 
-void YcadRegisterYrxInfo::insertGroup(YcadYrxRegCmdGroup* group) { kmrxAddOwnedFront(mpGroups, group); }
+void YcadRegisterYrxInfo::insertGroup(YcadYrxRegCmdGroup* group) {
+  kmrxDemandLoadChanged();
+  kmrxAddOwnedFront(mpGroups, group);
+}
 
 void YcadRegisterYrxInfo::combineYrxInfo(YcadRegisterYrxInfo* other) {
+  kmrxDemandLoadChanged();
   if (!other || other == this) return;
   while (YcadYrxRegCmdGroup* group = other->removeFrontGroup()) {
     if (YcadYrxRegCmdGroup* held = findGroupByName(group->name())) {
@@ -61,10 +66,14 @@ void YcadRegisterYrxInfo::combineYrxInfo(YcadRegisterYrxInfo* other) {
 }
 
 YcadYrxRegCmdGroup* YcadRegisterYrxInfo::removeFrontGroup() {
+  kmrxDemandLoadChanged();
   return mpGroups ? static_cast<YcadYrxRegCmdGroup*>(mpGroups->removeFront()) : nullptr;
 }
 
-void YcadRegisterYrxInfo::removeAllGroups() { kmrxDeleteListed(mpGroups); }
+void YcadRegisterYrxInfo::removeAllGroups() {
+  kmrxDemandLoadChanged();
+  kmrxDeleteListed(mpGroups);
+}
 
 YcRxIterator* YcadRegisterYrxInfo::newIterator() const {
   return mpGroups ? mpGroups->newIterator() : nullptr;

@@ -17,6 +17,7 @@ YCRX_DEFINE_MEMBERS(YcadRegisterYrxStack, L"YcadRegisterYrxStack", L"YcRxObject"
 YcadRegisterYrxStack::YcadRegisterYrxStack() : mpInfos(kmrxNewRegistryList()), mCount(0) {}
 
 YcadRegisterYrxStack::~YcadRegisterYrxStack() {
+  kmrxDemandLoadChanged();
   kmrxDeleteListed(mpInfos);
   delete mpInfos;
 }
@@ -45,6 +46,7 @@ FoldedName foldedName(const wchar_t* name) {
 }  // namespace
 
 void YcadRegisterYrxStack::initFromRegister() {
+  kmrxDemandLoadChanged();
   YcArray<YcadRegisterYrxInfo*> found(0, 8);
   if (!getYrxAppInfoListFromRegister(found)) return;
   // The records by folded name, so that each new one finds its namesake at
@@ -83,6 +85,7 @@ void YcadRegisterYrxStack::initFromRegister() {
 }
 
 void YcadRegisterYrxStack::insertYrxInfo(YcadRegisterYrxInfo* info) {
+  kmrxDemandLoadChanged();
   if (kmrxAddOwnedFront(mpInfos, info)) ++mCount;
 }
 

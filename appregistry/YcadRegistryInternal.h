@@ -17,6 +17,10 @@ void kmrxDeleteListed(YcRxGenericCollection* list);
 // and the answer is false.
 bool kmrxAddOwnedFront(YcRxGenericCollection* list, YcRxObject* object);
 
+// Any change of the registry's records, groups or commands: the command
+// index is made again on the next look-up.
+void kmrxDemandLoadChanged();
+
 // The first object of list, as a T, whose nameOf(T*) equals name without regard to case.
 template <class T, class NameOf>
 T* kmrxFindNamed(const YcRxGenericCollection* list, const wchar_t* name, NameOf nameOf) {

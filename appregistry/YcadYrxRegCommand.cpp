@@ -67,12 +67,14 @@ YcadYrxRegCmdGroup::YcadYrxRegCmdGroup(const wchar_t* name)
       mCount(0) {}
 
 YcadYrxRegCmdGroup::~YcadYrxRegCmdGroup() {
+  kmrxDemandLoadChanged();
   removeAllCommands();
   delete mpCommands;
   KmCharOp::release(mpName);
 }
 
 void YcadYrxRegCmdGroup::insertCommand(YcadYrxRegCommand* command) {
+  kmrxDemandLoadChanged();
   if (kmrxAddOwnedFront(mpCommands, command)) ++mCount;
 }
 
@@ -88,21 +90,25 @@ void YcadYrxRegCmdGroup::removeCommand(const wchar_t* name) {
   YcadYrxRegCommand* command = kmrxFindNamed<YcadYrxRegCommand>(
       mpCommands, name, [](YcadYrxRegCommand* c) { return c->globalName(); });
   if (!command) return;
+  kmrxDemandLoadChanged();
   mpCommands->removeAt(static_cast<YcRxObject*>(command));  // the first node holding it
   delete command;
   --mCount;
 }
 
 void YcadYrxRegCmdGroup::removeAllCommands() {
+  kmrxDemandLoadChanged();
   kmrxDeleteListed(mpCommands);
   mCount = 0;
 }
 
 YcadYrxRegCommand* YcadYrxRegCmdGroup::removeFrontCommand() {
+  kmrxDemandLoadChanged();
   return mpCommands ? static_cast<YcadYrxRegCommand*>(mpCommands->removeFront()) : nullptr;
 }
 
 void YcadYrxRegCmdGroup::combineGroup(YcadYrxRegCmdGroup* other) {
+  kmrxDemandLoadChanged();
   if (!other || other == this) return;
   while (YcadYrxRegCommand* command = other->removeFrontCommand()) {
     YcadYrxRegCommand* held = nullptr;

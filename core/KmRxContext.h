@@ -227,6 +227,14 @@ public:
   bool pendingComplete = true;
   void notePendingClass(const wchar_t* key, YcRxClass* cls);
 
+  // The demand-load registry's command names, folded, each to the records
+  // that hold it as a global or local name in some group, in the registry's
+  // order; made on the first look-up after any change, so that a look-up
+  // tests only those records. commandIndexOff: tests make look-ups walk.
+  std::unordered_map<std::wstring, std::vector<YcRxObject*>> commandIndex;
+  bool commandIndexValid = false;
+  bool commandIndexOff = false;
+
   // Where each loaded module's segments are mapped, taken at load, so that an
   // object left in a registry can be told to be of the module's code.
   std::unordered_map<KmRxModule, std::vector<const void*>> moduleRanges;

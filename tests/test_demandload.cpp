@@ -1,10 +1,17 @@
 // The demand-load registry: built from the store, merged by name, asked for command providers.
 #include "LinkerTestSupport.h"
 #include "StoreTestSupport.h"
+#include "core/KmRxContext.h"
+
+#include <cwchar>
+#include <memory>
+#include <random>
 
 namespace {
 
 using V = std::vector<std::wstring>;
+
+std::string narrow(const wchar_t* text) { return std::string(text, text + std::wcslen(text)); }
 
 // Items in this order: Draw, Paint, DRAW, NoCommands, NoGroups, EmptyGroups, Numbers, Good.
 const char* const kStore =
@@ -158,3 +165,64 @@ TEST_F(DemandLoadTest, BuildingReportsNothingAndLeavesWaitingClassesWaiting) {
 }
 
 }  // namespace
+
+// The command index against the walk over every record: random registries,
+// random queries (global and local names in any case, with and without a
+// group, unknown ones), the same answers in the same order; then again after
+// the registry changes under it.
+TEST_F(DemandLoadTest, TheCommandIndexAnswersAsTheWalkOverEveryRecord) {
+  std::mt19937 random(5);
+  const wchar_t* const words[] = {L"LINE", L"line", L"Arc", L"FILL", L"kreis", L"X", L"Zoom", L"pan"};
+  const wchar_t* const groups[] = {L"MAIN", L"main", L"BRUSH", L"G"};
+  std::string store;
+  for (int app = 0; app < 12; ++app) {
+    const std::string name = "App" + std::to_string(app % 9);  // some merge by name
+    store += "[Applications\\" + name + "]\n\"LOADCTRLS\"=dword:0000002" + std::to_string(random() % 2 * 4) +
+             "\n\"LOADER\"=\"" + name + ".yrx\"\n[Applications\\" + name + "\\Groups]\n";
+    for (unsigned g = 0; g < 1 + random() % 2; ++g) store += "\"" + narrow(groups[random() % 4]) + "\"=\"\"\n";
+    store += "[Applications\\" + name + "\\Commands]\n";
+    for (unsigned c = 0; c < 1 + random() % 4; ++c)
+      store += "\"" + narrow(words[random() % 8]) + "\"=\"" + narrow(words[random() % 8]) + "\"\n";
+  }
+  openConfig(dir, store);
+  ASSERT_TRUE(initDemandLoadYrxList());
+  std::vector<std::wstring> queries;
+  for (const wchar_t* word : words) {
+    queries.push_back(word);
+    for (const wchar_t* group : groups) queries.push_back(std::wstring(group) + L"." + word);
+    queries.push_back(std::wstring(L".") + word);
+  }
+  queries.push_back(L"NOSUCH");
+  queries.push_back(L"MAIN.");
+  const auto answers = [&] {
+    std::vector<V> all;
+    for (const std::wstring& query : queries)
+      for (bool onCommand : {false, true}) {
+        YcArray<YcadAppInfo*> out(0, 8);
+        V names{getRegisterYrxAppInfoList(query.c_str(), out, onCommand) ? L"true" : L"false"};
+        for (int i = 0; i < out.length(); ++i) names.emplace_back(out[i]->appName());
+        all.push_back(names);
+      }
+    return all;
+  };
+  KmRxContext* context = kmrxContext();
+  const std::vector<V> indexed = answers();
+  EXPECT_TRUE(context->commandIndexValid) << "the index was used";
+  context->commandIndexOff = true;
+  const std::vector<V> walked = answers();
+  context->commandIndexOff = false;
+  EXPECT_EQ(walked, indexed);
+  // A change under the index: the first record's first group gains a command.
+  std::unique_ptr<YcRxIterator> records(g_pRegYrxList->newIterator());
+  auto* first = static_cast<YcadRegisterYrxInfo*>(records->object());
+  std::unique_ptr<YcRxIterator> firstGroups(first->newIterator());
+  ASSERT_FALSE(firstGroups->done());
+  static_cast<YcadYrxRegCmdGroup*>(firstGroups->object())->insertCommand(new YcadYrxRegCommand(L"NEWCMD", L"neu"));
+  EXPECT_FALSE(context->commandIndexValid) << "the change is seen";
+  queries.push_back(L"NEWCMD");
+  queries.push_back(L"neu");
+  const std::vector<V> after = answers();
+  context->commandIndexOff = true;
+  EXPECT_EQ(answers(), after);
+  context->commandIndexOff = false;
+}
