@@ -17,13 +17,16 @@ wchar_t gEmptyText[1] = {0};
 wint_t kmrxFoldCaseWide(wchar_t c) { return std::towlower(static_cast<wint_t>(c)); }
 
 int kmrxCompareNoCase(const wchar_t* a, const wchar_t* b) {
-  wint_t ca, cb;
-  do {
-    ca = kmrxFoldCase(*a++);
-    cb = kmrxFoldCase(*b++);
-    if (ca == 0) break;
-  } while (ca == cb);
-  return static_cast<int>(ca) - static_cast<int>(cb);
+  // Equal characters need no folding; keys that share a long prefix compare
+  // at the speed of a plain compare until they differ.
+  for (;; ++a, ++b) {
+    if (*a == *b) {
+      if (*a == 0) return 0;
+      continue;
+    }
+    const wint_t ca = kmrxFoldCase(*a), cb = kmrxFoldCase(*b);
+    if (ca != cb || ca == 0) return static_cast<int>(ca) - static_cast<int>(cb);
+  }
 }
 
 wchar_t* const YcRxString::spEmptyBuf = gEmptyText;

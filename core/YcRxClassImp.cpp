@@ -13,6 +13,7 @@
 #include "YcDbHostApplicationServices.h"
 #include "KmRxMessageIds.h"
 #include "core/KmRxClassLineage.h"
+#include "core/KmRxSubClassList.h"
 #include "containers/KmRxVisit.h"
 #include "core/KmRxContext.h"
 #include "core/KmRxReports.h"
@@ -96,7 +97,7 @@ YcRxClassImp::~YcRxClassImp() {
     }
     if (mpParent) {
       YcRxLinkedList* siblings = getImpl(mpParent)->mpSubClasses;
-      if (siblings) siblings->removeOnly(static_cast<YcRxObject*>(this));  // a class is linked once
+      if (siblings) static_cast<KmRxSubClassList*>(siblings)->removeClass(static_cast<YcRxObject*>(this));
     }
     if (mIsProtocolClass) {
       const RemoveProtocolClass unhook{this};
@@ -284,11 +285,10 @@ void YcRxClassImp::addSubRxClass(YcRxClass* sub) {
 
 bool YcRxClassImp::linkSubClass(YcRxClass* sub) {
   if (!sub) return true;
-  if (!mpSubClasses) mpSubClasses = new YcRxLinkedList();
+  if (!mpSubClasses) mpSubClasses = new KmRxSubClassList();
   if (!mpSubClasses) return false;
-  const int before = mpSubClasses->count();
-  mpSubClasses->addTail(sub);
-  if (mpSubClasses->count() == before) return false;
+  // Only linkSubClass makes the list, so it is always the runtime's own.
+  if (!static_cast<KmRxSubClassList*>(mpSubClasses)->addClass(sub)) return false;
   if (mpPEObjectMap) {
     for (auto& entry : mpPEObjectMap->tree()) {
       auto* protocolClass = static_cast<YcRxClass*>(const_cast<YcRxObject*>(entry.first));

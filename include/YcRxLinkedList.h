@@ -63,11 +63,14 @@ public:
   YcRxObject* removeOnly(YcRxObject* obj);
   YcRxLinkedNode* tailNode() const { return mpTail; }
 
+protected:
+  // Unlinks and frees node; its object.
+  YcRxObject* take(YcRxLinkedNode* node);
+
 private:
   YcRxLinkedNode* newNode();
   YcRxObject*& linkNew(YcRxLinkedNode* prev, YcRxLinkedNode* next);
   void unlink(YcRxLinkedNode* node);
-  YcRxObject* take(YcRxLinkedNode* node);
   YcRxLinkedNode* ownNode(YcRxIterator* it) const;
 
   YcRxLinkedNode* mpFront;

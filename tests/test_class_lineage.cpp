@@ -7,6 +7,7 @@
 // answers must stay bounded there too.
 #include <algorithm>
 #include <functional>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -162,5 +163,32 @@ TEST_F(ClassLineage, TheTreeBuildThatVisitsOnlyWaitingClassesDoesWhatTheWholeWal
     const std::wstring whole = runScenario(mNames, seed, true, reports);
     EXPECT_EQ(whole, indexed);
   }
+  clearFatalMessages();
+}
+
+TEST_F(ClassLineage, RetiredClassesLeaveTheirParentsListWhateverItsReadersDidToIt) {
+  const std::wstring parentName = uniqueClassName(L"Parent");
+  mNames.push_back(parentName);
+  YcRxClass* parent = newYcRxClass(parentName.c_str(), L"AcRxObject");
+  std::vector<YcRxClass*> children;
+  for (int i = 0; i < 6; ++i) {
+    mNames.push_back(uniqueClassName(L"Child"));
+    children.push_back(newYcRxClass(mNames.back().c_str(), parentName.c_str()));
+  }
+  ycrxBuildClassHierarchy();
+  YcRxLinkedList* list = YcRxClassImp::getImpl(parent)->subClasses();
+  ASSERT_EQ(6, list->count());
+  // A reader takes one out, puts another in another's place, and empties a node's slot.
+  EXPECT_EQ(children[1], list->removeAt(children[1]));
+  YcRxObject stranger;
+  std::unique_ptr<YcRxIterator> at(list->find(children[2]));
+  EXPECT_EQ(children[2], list->setAt(at.get(), &stranger));
+  list->addTail(children[1]);  // back, at the end
+  // Retired in an order that is neither front nor back first.
+  for (int i : {3, 1, 5, 0, 2, 4}) deleteYcRxClass(children[i]);
+  YcRxClassImp::destroyDoomedRxClasses(true);
+  ASSERT_EQ(1, list->count()) << "only the stranger is left";
+  EXPECT_EQ(&stranger, list->front());
+  list->removeAll();
   clearFatalMessages();
 }
