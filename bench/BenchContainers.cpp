@@ -27,16 +27,6 @@ constexpr int kIterated = 10000;
 // Steps through all 100 keys in an order that is not the insertion order.
 constexpr int kChurnStride = 37;
 
-std::vector<std::wstring> makeKeys(const wchar_t* stem, int count) {
-  std::vector<std::wstring> keys;
-  wchar_t buffer[32];
-  for (int i = 0; i < count; ++i) {
-    std::swprintf(buffer, 32, L"%ls%05d", stem, i);
-    keys.emplace_back(buffer);
-  }
-  return keys;
-}
-
 std::vector<std::unique_ptr<YcRxObject>> makeObjects(int count) {
   std::vector<std::unique_ptr<YcRxObject>> objects;
   for (int i = 0; i < count; ++i) objects.push_back(std::make_unique<YcRxObject>());
@@ -44,7 +34,7 @@ std::vector<std::unique_ptr<YcRxObject>> makeObjects(int count) {
 }
 
 void BM_DictionaryChurn(benchmark::State& state) {
-  const std::vector<std::wstring> keys = makeKeys(L"ChurnKey", kChurnEntries);
+  const std::vector<std::wstring> keys = benchNames(L"ChurnKey", kChurnEntries);
   const auto values = makeObjects(kChurnEntries);
   YcRxDictionary* dict = YcRxDictionaryImp::createDictionary(0, false, false, false, nullptr);
   for (int i = 0; i < kChurnEntries; ++i) dict->atPut(keys[i].c_str(), values[i].get());
@@ -60,7 +50,7 @@ void BM_DictionaryChurn(benchmark::State& state) {
 }
 
 void BM_UnorderedChurn(benchmark::State& state) {
-  const std::vector<std::wstring> keys = makeKeys(L"ChurnKey", kChurnEntries);
+  const std::vector<std::wstring> keys = benchNames(L"ChurnKey", kChurnEntries);
   const auto values = makeObjects(kChurnEntries);
   std::unordered_map<std::wstring, void*> map;
   for (int i = 0; i < kChurnEntries; ++i) map.emplace(keys[i], values[i].get());
@@ -104,7 +94,7 @@ void BM_StdListIterate(benchmark::State& state) {
 }
 
 void BM_ObjectMapIterate(benchmark::State& state) {
-  const std::vector<std::wstring> keys = makeKeys(L"MapKey", kIterated);
+  const std::vector<std::wstring> keys = benchNames(L"MapKey", kIterated);
   const auto values = makeObjects(kIterated);
   YcRxMap map;
   for (int i = 0; i < kIterated; ++i) {
@@ -126,7 +116,7 @@ void BM_ObjectMapIterate(benchmark::State& state) {
 }
 
 void BM_StdMapIterate(benchmark::State& state) {
-  const std::vector<std::wstring> keys = makeKeys(L"MapKey", kIterated);
+  const std::vector<std::wstring> keys = benchNames(L"MapKey", kIterated);
   const auto values = makeObjects(kIterated);
   std::map<std::wstring, void*> map;
   for (int i = 0; i < kIterated; ++i) map.emplace(keys[i], values[i].get());

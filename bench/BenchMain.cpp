@@ -25,6 +25,16 @@ YcRxClass* benchNewClass(const std::wstring& name, const wchar_t* parentName) {
   return cls;
 }
 
+std::vector<std::wstring> benchNames(const wchar_t* stem, int count) {
+  std::vector<std::wstring> names;
+  wchar_t buffer[40];
+  for (int i = 0; i < count; ++i) {
+    std::swprintf(buffer, 40, L"%ls%05d", stem, i);
+    names.emplace_back(buffer);
+  }
+  return names;
+}
+
 std::wstring benchWiden(const char* text) {
   std::wstring out;
   for (; *text; ++text) out += static_cast<wchar_t>(static_cast<unsigned char>(*text));

@@ -2,7 +2,6 @@
 // dictionary holds about 1,000 or 12,000 classes, and looking a service up
 // among 1,024. Their peers: the same work on 1,000 classes again (growth),
 // GLib's static types, and an unordered map over the same names.
-#include <cstdio>
 #include <random>
 #include <string>
 #include <unordered_map>
@@ -12,19 +11,9 @@
 
 namespace {
 
-std::vector<std::wstring> names(const wchar_t* stem, int count) {
-  std::vector<std::wstring> out;
-  wchar_t buffer[40];
-  for (int i = 0; i < count; ++i) {
-    std::swprintf(buffer, 40, L"%ls%05d", stem, i);
-    out.emplace_back(buffer);
-  }
-  return out;
-}
-
 // One iteration registers and links 1,000 classes; they are retired untimed.
 void BM_Register(benchmark::State& state, const wchar_t* stem) {
-  const std::vector<std::wstring> mine = names(stem, 1000);
+  const std::vector<std::wstring> mine = benchNames(stem, 1000);
   std::vector<YcRxClass*> made(mine.size());
   for (auto _ : state) {
     for (std::size_t i = 0; i < mine.size(); ++i) made[i] = newYcRxClass(mine[i].c_str(), L"AcRxObject");
@@ -43,7 +32,7 @@ std::vector<const wchar_t*> gServiceProbes;
 
 void ensureServices() {
   if (!gServiceNames.empty()) return;
-  gServiceNames = names(L"BenchService", kServices);
+  gServiceNames = benchNames(L"BenchService", kServices);
   auto* services = YcRxDictionary::cast(ycrxSysRegistry()->at(L"ServiceDictionary"));
   for (const std::wstring& name : gServiceNames) services->atPut(name.c_str(), new YcRxService());
   std::mt19937 random(11);

@@ -2,6 +2,7 @@
 // loading, the registration entry of each group, and small helpers.
 #pragma once
 #include <string>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
@@ -39,3 +40,5 @@ unsigned int benchEnsureClassTrees();
 // A registered descriptor or, when registration failed, a note and exit.
 YcRxClass* benchNewClass(const std::wstring& name, const wchar_t* parentName);
 std::wstring benchWiden(const char* text);
+// count names: stem followed by 00000, 00001, ...
+std::vector<std::wstring> benchNames(const wchar_t* stem, int count);

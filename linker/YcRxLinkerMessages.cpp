@@ -57,29 +57,6 @@ private:
 
 namespace {
 
-// Marks a record as receiving a message and as the host's module being loaded
-// for the length of one delivery.
-class DeliveryScope {
-public:
-  DeliveryScope(YcadHostApplication* app, YcRxDynLoadModuleProxy* record)
-      : mpApp(app), mpRecord(record), mSetFlag(!record->sendingMessage()) {
-    if (mSetFlag) record->setSendingMessage(true);
-    mpPrevious = app->setModuleBeingLoaded(record);
-  }
-  ~DeliveryScope() {
-    mpApp->setModuleBeingLoaded(mpPrevious);
-    if (mSetFlag) mpRecord->setSendingMessage(false);
-  }
-  DeliveryScope(const DeliveryScope&) = delete;
-  DeliveryScope& operator=(const DeliveryScope&) = delete;
-
-private:
-  YcadHostApplication* mpApp;
-  YcRxDynLoadModuleProxy* mpRecord;
-  bool mSetFlag;
-  YcRxDynLoadModuleProxy* mpPrevious = nullptr;
-};
-
 // CurrentLoadingModuleSwitcher with the host's application asked for once:
 // the same two calls to the host, on every delivery.
 class ModuleBeingLoaded {
@@ -95,6 +72,31 @@ public:
 private:
   YcadHostApplication* mpApp;
   YcRxDynLoadModuleProxy* mpPrevious;
+};
+
+// Raises a record's sending-message flag for a scope, unless it is up already.
+class SendingMessage {
+public:
+  explicit SendingMessage(YcRxDynLoadModuleProxy* record) : mpRecord(record), mRaised(!record->sendingMessage()) {
+    if (mRaised) record->setSendingMessage(true);
+  }
+  ~SendingMessage() {
+    if (mRaised) mpRecord->setSendingMessage(false);
+  }
+  SendingMessage(const SendingMessage&) = delete;
+  SendingMessage& operator=(const SendingMessage&) = delete;
+
+private:
+  YcRxDynLoadModuleProxy* mpRecord;
+  bool mRaised;
+};
+
+// Marks a record as receiving a message and as the host's module being loaded
+// for the length of one delivery; the flag goes up first and down last.
+struct DeliveryScope {
+  DeliveryScope(YcadHostApplication* app, YcRxDynLoadModuleProxy* record) : sending(record), loading(app, record) {}
+  SendingMessage sending;
+  ModuleBeingLoaded loading;
 };
 
 struct SearchNoMDIAwareModule {
