@@ -2,6 +2,7 @@
 #include "YcadAppInfo.h"
 
 #include "YcadAppInfoImp.h"
+#include "YcadRegistryInternal.h"
 
 YCRX_DEFINE_MEMBERS(YcadAppInfo, L"AcadAppInfo", L"AcRxObject")
 
@@ -22,7 +23,10 @@ void YcadAppInfo::setManaged(bool managed) { mpImp->setManaged(managed); }
 YcadAppInfo::CmdStatus YcadAppInfo::runAppLoader() { return mpImp->runAppLoader(); }
 void YcadAppInfo::setAppLoader(AppLoader loader) { mpImp->setAppLoader(loader); }
 YcadApp::LoadReasons YcadAppInfo::loadReason() const { return mpImp->loadReason(); }
-void YcadAppInfo::setLoadReason(YcadApp::LoadReasons reasons) { mpImp->setLoadReason(reasons); }
+void YcadAppInfo::setLoadReason(YcadApp::LoadReasons reasons) {
+  kmrxDemandLoadChanged();  // look-ups keep each record's reasons
+  mpImp->setLoadReason(reasons);
+}
 Ycad::ErrorStatus YcadAppInfo::status() const { return mpImp->status(); }
 Ycad::ErrorStatus YcadAppInfo::readFromRegistry() { return mpImp->readFromRegistry(); }
 Ycad::ErrorStatus YcadAppInfo::writeToRegistry(bool flag, bool flag2) {

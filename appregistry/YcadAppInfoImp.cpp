@@ -58,6 +58,7 @@ void YcadAppInfoImp::setAppName(const wchar_t* name) {
 }
 
 void YcadAppInfoImp::setModuleName(const wchar_t* name) {
+  kmrxDemandLoadChanged();  // look-ups keep whether a record's module might be loaded
   replaceString(mpModuleName, nullptr);
   if (!name) return;
   YcDbHostApplicationServices* services = ycdbHostApplicationServices();

@@ -130,12 +130,6 @@ void kmrxDemandLoadChanged() {
 
 namespace {
 
-std::wstring folded(const wchar_t* name) {
-  std::wstring out;
-  for (; *name; ++name) out += static_cast<wchar_t>(kmrxFoldCase(*name));
-  return out;
-}
-
 // Calls visit(object) for each object an iterator walks, then deletes it;
 // false when there was no iterator (no memory).
 template <class Visit>
@@ -156,14 +150,17 @@ bool commandIndexReady(KmRxContext& context) {
   try {
     whole = walkAll(g_pRegYrxList->newIterator(), [&](YcRxObject* record) {
       auto* info = static_cast<YcadRegisterYrxInfo*>(record);
-      whole = whole && walkAll(info->newIterator(), [&](YcRxObject* object) {
-        auto* group = static_cast<YcadYrxRegCmdGroup*>(object);
-        whole = whole && walkAll(group->newIterator(), [&](YcRxObject* commandObject) {
-          auto* command = static_cast<YcadYrxRegCommand*>(commandObject);
+      whole = whole && walkAll(info->newIterator(), [&](YcRxObject* group) {
+        if (!group) return;
+        whole = whole && walkAll(static_cast<YcadYrxRegCmdGroup*>(group)->newIterator(), [&](YcRxObject* object) {
+          auto* command = static_cast<YcadYrxRegCommand*>(object);
           for (const wchar_t* name : {command->globalName(), command->localName()}) {
             if (!name) continue;
-            std::vector<YcRxObject*>& holders = context.commandIndex[folded(name)];
-            if (holders.empty() || holders.back() != record) holders.push_back(record);
+            const KmRxContext::CommandHolder holder{record, group, static_cast<unsigned>(info->loadReason()), 0, true};
+            const auto [at, added] = context.commandIndex.emplace(name, KmRxContext::CommandHolders{holder, {}});
+            KmRxContext::CommandHolders& holders = *at;
+            const KmRxContext::CommandHolder& last = holders[holders.size() - 1];
+            if (!added && (last.record != record || last.group != group)) holders.more.push_back(holder);
           }
         });
       });
@@ -189,23 +186,50 @@ bool getRegisterYrxAppInfoList(const wchar_t* command, YcArray<YcadAppInfo*>& ou
   KmCharOp::find(command, L'.', 0, &dot);
   wchar_t* group = dot >= 1 ? KmCharOp::clone(command, static_cast<unsigned long>(dot)) : nullptr;
   const wchar_t* name = dot >= 0 ? command + dot + 1 : command;
-  // By name, as the query is defined.
-  YcRxDynamicLinkerImp* linker = kmrxRegisteredLinkerImp();
-  const auto consider = [&](YcRxObject* record) {
-    auto* info = static_cast<YcadRegisterYrxInfo*>(record);
-    if (!info->findCommandByName(group, name)) return true;
-    if (linker && linker->findRxModuleProxyByModuleName(info->moduleName(), false)) return true;
-    if (!onlyOnCommandBit || (info->loadReason() & YcadApp::kOnCommandInvocation))
+  // By name, as the query is defined; asked only once a record needs it.
+  YcRxDynamicLinkerImp* linker = nullptr;
+  bool linkerAsked = false;
+  const auto theLinker = [&] {
+    if (!linkerAsked) linker = kmrxRegisteredLinkerImp();
+    linkerAsked = true;
+    return linker;
+  };
+  const auto admit = [&](YcadRegisterYrxInfo* info, unsigned reasons) {
+    if (!onlyOnCommandBit || (reasons & YcadApp::kOnCommandInvocation))
       return kmrxTry(L"a demand-load look-up", [&] { out.append(info); });
     return true;
   };
-  // Only the records holding the name can match; they are tested as the walk would.
+  const auto consider = [&](YcRxObject* record) {
+    auto* info = static_cast<YcadRegisterYrxInfo*>(record);
+    if (!info->findCommandByName(group, name)) return true;
+    if (theLinker() && linker->findRxModuleProxyByModuleName(info->moduleName(), false)) return true;
+    return admit(info, static_cast<unsigned>(info->loadReason()));
+  };
+  // Only the pairs holding the name can match: a record answers when one of
+  // its pairs is of the group asked for, and its module is not loaded.
   KmRxContext* context = kmrxContext();
   if (*name && (dot < 1 || group) && context && commandIndexReady(*context)) {
     bool whole = true;
-    const auto holders = context->commandIndex.find(folded(name));
-    if (holders != context->commandIndex.end())
-      for (std::size_t i = 0; i < holders->second.size() && whole; ++i) whole = consider(holders->second[i]);
+    if (KmRxContext::CommandHolders* found = context->commandIndex.find(name)) {
+      KmRxContext::CommandHolders& holders = *found;
+      const unsigned stamp = context->loadedModules.stamp;
+      for (std::size_t i = 0; i < holders.size() && whole;) {
+        KmRxContext::CommandHolder& first = holders[i];
+        bool grouped = false;
+        for (; i < holders.size() && holders[i].record == first.record; ++i)
+          grouped = grouped || !group ||
+                    kmrxSameNameNoCase(static_cast<YcadYrxRegCmdGroup*>(holders[i].group)->name(), group);
+        if (!grouped) continue;
+        auto* info = static_cast<YcadRegisterYrxInfo*>(first.record);
+        if (first.stamp != stamp) {
+          first.maybeLoaded = context->mightBeLoaded(info->moduleName());
+          first.stamp = stamp;
+        }
+        if (first.maybeLoaded && theLinker() && linker->findRxModuleProxyByModuleName(info->moduleName(), false))
+          continue;
+        whole = admit(info, first.reasons);
+      }
+    }
     KmCharOp::release(group);
     if (!whole) out.removeAll();
     return whole;

@@ -52,6 +52,7 @@ int main(int argc, char** argv) {
   registerClassBenchmarks();
   registerScaleBenchmarks();
   registerContainerBenchmarks();
+  registerDemandLoadBenchmarks();
   // Before the extension group: its large class trees are built when it runs,
   // and unloading a module walks every registered class.
   registerLinkerBenchmarks();

@@ -26,6 +26,7 @@ void registerClassBenchmarks();
 void registerContainerBenchmarks();
 void registerExtensionBenchmarks();
 void registerLinkerBenchmarks();
+void registerDemandLoadBenchmarks();
 void registerGlibBenchmarks();  // does nothing without GLib
 // Registration and service look-up at scale; the late rows after the class trees.
 void registerScaleBenchmarks();

@@ -100,6 +100,73 @@ void KmRxContext::notePendingClass(const wchar_t* key, YcRxClass* cls) {
   }
 }
 
+namespace {
+
+// The part of a module key or file name after its last separator.
+const wchar_t* lastPart(const wchar_t* path) {
+  const wchar_t* part = path;
+  for (const wchar_t* p = path; *p; ++p)
+    if (*p == L'/' || *p == L'\\') part = p + 1;
+  return part;
+}
+
+void foldInto(std::wstring& out, const wchar_t* text) {
+  out.clear();
+  for (; *text; ++text) out.push_back(static_cast<wchar_t>(kmrxFoldCase(*text)));
+}
+
+}  // namespace
+
+void KmRxContext::noteModuleKey(const void* linker, const wchar_t* key, bool entered) {
+  LoadedModules& loaded = loadedModules;
+  if (++loaded.stamp == 0) loaded.stamp = 1;
+  if (loaded.lost || !key) return;
+  if (!loaded.linker) loaded.linker = linker;
+  if (loaded.linker != linker) {
+    loaded.lost = true;
+    loaded.names.clear();
+    return;
+  }
+  try {
+    std::wstring name;
+    foldInto(name, lastPart(key));
+    if (entered) {
+      ++loaded.names[name];
+    } else {
+      const auto found = loaded.names.find(name);
+      if (found != loaded.names.end() && --found->second == 0) loaded.names.erase(found);
+    }
+  } catch (const std::bad_alloc&) {
+    loaded.lost = true;
+    loaded.names.clear();
+  }
+}
+
+void KmRxContext::noteModulesCleared(const void* linker) {
+  LoadedModules& loaded = loadedModules;
+  if (++loaded.stamp == 0) loaded.stamp = 1;
+  if (loaded.linker == linker) loaded.names.clear();
+}
+
+bool KmRxContext::mightBeLoaded(const wchar_t* moduleName) {
+  if (!moduleName || !*moduleName) return false;  // never found by such a name
+  // Not lost: every record was entered in the one linker followed, so any
+  // other linker holds none.
+  const LoadedModules& loaded = loadedModules;
+  if (loaded.lost) return true;
+  if (loaded.names.empty()) return false;
+  const wchar_t* part = lastPart(moduleName);
+  // A name ending in a separator, "." or "..": only its full path tells.
+  if (!*part || (part[0] == L'.' && (!part[1] || (part[1] == L'.' && !part[2])))) return true;
+  try {
+    static thread_local std::wstring probe;
+    foldInto(probe, part);
+    return loaded.names.count(probe) != 0;
+  } catch (const std::bad_alloc&) {
+    return true;
+  }
+}
+
 void KmRxContext::classDestroyed(const YcRxClass* cls) {
   classes.forget(const_cast<YcRxClass*>(cls));
   displacedClasses.remove(const_cast<YcRxClass*>(cls));

@@ -14,6 +14,7 @@
 
 #include "KmRxExport.h"
 #include "YcArray.h"
+#include "containers/KmRxNameTable.h"
 
 class YcadHostApplication;
 class YcRxClass;
@@ -227,13 +228,45 @@ public:
   bool pendingComplete = true;
   void notePendingClass(const wchar_t* key, YcRxClass* cls);
 
-  // The demand-load registry's command names, folded, each to the records
-  // that hold it as a global or local name in some group, in the registry's
-  // order; made on the first look-up after any change, so that a look-up
-  // tests only those records. commandIndexOff: tests make look-ups walk.
-  std::unordered_map<std::wstring, std::vector<YcRxObject*>> commandIndex;
+  // The demand-load registry's command names (the commands' own texts, compared
+  // without regard to case), each to the (record, group) pairs holding it as
+  // a global or local name, in the registry's order; made on the first look-up
+  // after any change, so that a look-up tests only those pairs. A pair keeps
+  // whether its record's module might be loaded, as of loadedModules.stamp.
+  // commandIndexOff: tests make look-ups walk.
+  struct CommandHolder {
+    YcRxObject* record;
+    YcRxObject* group;
+    unsigned reasons;  // the record's load reasons
+    unsigned stamp;
+    bool maybeLoaded;
+  };
+  // The first pair in place: most names have one.
+  struct CommandHolders {
+    CommandHolder first;
+    std::vector<CommandHolder> more;
+    std::size_t size() const { return 1 + more.size(); }
+    CommandHolder& operator[](std::size_t i) { return i == 0 ? first : more[i - 1]; }
+  };
+  KmRxNameTable<CommandHolders> commandIndex;
   bool commandIndexValid = false;
   bool commandIndexOff = false;
+
+  // The last parts of the loaded modules' keys (case folded, with counts), as
+  // the linker enters and removes records: a module whose file name is not
+  // among them is not loaded, known without making its full path. Followed
+  // for one linker; another one, or no memory, ends the knowledge (lost).
+  struct LoadedModules {
+    const void* linker = nullptr;
+    bool lost = false;
+    unsigned stamp = 1;  // changes with every change; never 0
+    std::unordered_map<std::wstring, unsigned> names;
+  };
+  LoadedModules loadedModules;
+  void noteModuleKey(const void* linker, const wchar_t* key, bool entered);
+  void noteModulesCleared(const void* linker);
+  // False only when no module of this file name is loaded, in any linker.
+  bool mightBeLoaded(const wchar_t* moduleName);
 
   // Where each loaded module's segments are mapped, taken at load, so that an
   // object left in a registry can be told to be of the module's code.

@@ -227,7 +227,10 @@ bool YcRxDynamicLinkerImp::enterRecord(const wchar_t* key, YcRxDynLoadModuleProx
     return true;
   }
   unsigned int id = 0;
-  return mpModules->atPut(key, record, id) == nullptr && mpModules->at(key) == record;
+  const bool entered = mpModules->atPut(key, record, id) == nullptr && mpModules->at(key) == record;
+  if (entered)
+    if (KmRxContext* context = kmrxContext()) context->noteModuleKey(this, key, true);
+  return entered;
 }
 
 namespace {
@@ -262,7 +265,12 @@ void refuseModule(const wchar_t* path, KmLoadFailure failure, const std::wstring
 
 YcRxDynLoadModuleProxy* YcRxDynamicLinkerImp::verifyModule(const YcRxString& path, bool printIt,
                                                            bool asCmd) {
-  (void)mpModules->at(kmrxModuleKey(path.rawString()).c_str());  // looked up, deliberately unused
+  // Looked up, deliberately unused; under the key the load already made.
+  const KmRxContext* context = kmrxContext();
+  const bool keyed = context && !context->loadsInProgress.empty() &&
+                     context->loadsInProgress.back().file == path.rawString();
+  (void)mpModules->at(keyed ? context->loadsInProgress.back().key.c_str()
+                            : kmrxModuleKey(path.rawString()).c_str());
   // The file is looked at before it is mapped, exports included: a file that
   // would be refused never runs its static constructors (a library that is no
   // module may do anything there), and a truncated one would fault the loader.

@@ -55,7 +55,15 @@ private:
   RxYDSAppTableEntryType* mpPreviousData;
 };
 
+// The host's services slot, read here without a call: asked on every delivery.
+extern KMRX_API YcDbHostApplicationServices* gpKmHostServices;
+
 namespace {
+
+YcadHostApplication* hostApp() {
+  YcDbHostApplicationServices* services = gpKmHostServices;
+  return services ? services->application() : nullptr;
+}
 
 // CurrentLoadingModuleSwitcher with the host's application asked for once:
 // the same two calls to the host, on every delivery.
@@ -230,7 +238,7 @@ bool YcRxDynamicLinkerImp::sendMessageToApp(YcRxDynLoadModuleProxy* record, YcRx
               record->fileName() ? record->fileName() : L"");
     return false;
   }
-  ModuleBeingLoaded loading(kmrxHostApp(), record);
+  ModuleBeingLoaded loading(hostApp(), record);
   KmRxRunningModuleScope running(record);
   KmRxContext* context = kmrxContext();
   if (context && !context->messageFaults.empty()) context->messageFaults.erase(record);

@@ -185,8 +185,12 @@ void YcRxDynamicLinkerImp::physicallyUnloadModulesInQueueOrder() {
     record->unloadModule();
     const std::wstring key = kmrxModuleKey(record->fileName());
     // Only this record's own entry goes; a later load of the path may stand there.
-    if (mpModules->at(key.c_str()) == record) mpModules->remove(key.c_str());
-    if (KmRxContext* context = kmrxContext()) context->supersededRecords.remove(record);
+    KmRxContext* context = kmrxContext();
+    if (mpModules->at(key.c_str()) == record) {
+      mpModules->remove(key.c_str());
+      if (context) context->noteModuleKey(this, key.c_str(), false);
+    }
+    if (context) context->supersededRecords.remove(record);
     delete record;
   }
 }
@@ -200,6 +204,7 @@ void YcRxDynamicLinkerImp::cleanUp() {
   });
   static_cast<YcRxDictionaryImp*>(mpModules)->clear(false);
   if (KmRxContext* context = kmrxContext()) {
+    context->noteModulesCleared(this);
     YcArray<YcRxDynLoadModuleProxy*>& superseded = context->supersededRecords;
     for (int i = 0; i < superseded.length(); ++i) delete superseded[i];
     superseded.setLogicalLength(0);

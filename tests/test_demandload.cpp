@@ -174,11 +174,18 @@ TEST_F(DemandLoadTest, TheCommandIndexAnswersAsTheWalkOverEveryRecord) {
   std::mt19937 random(5);
   const wchar_t* const words[] = {L"LINE", L"line", L"Arc", L"FILL", L"kreis", L"X", L"Zoom", L"pan"};
   const wchar_t* const groups[] = {L"MAIN", L"main", L"BRUSH", L"G"};
+  // Module names: none loaded; tm_good by its path, the same path said
+  // another way, and the same file name elsewhere (loaded only by name).
+  const std::string good = narrow(modulePath(L"tm_good").c_str());
+  const std::string goodDir = good.substr(0, good.rfind('/'));
+  const std::string loaders[] = {"", good, goodDir + "/./tm_good.yrx", "elsewhere/TM_GOOD.yrx"};
   std::string store;
   for (int app = 0; app < 12; ++app) {
     const std::string name = "App" + std::to_string(app % 9);  // some merge by name
+    const std::string loader = loaders[random() % 4];
     store += "[Applications\\" + name + "]\n\"LOADCTRLS\"=dword:0000002" + std::to_string(random() % 2 * 4) +
-             "\n\"LOADER\"=\"" + name + ".yrx\"\n[Applications\\" + name + "\\Groups]\n";
+             "\n\"LOADER\"=\"" + (loader.empty() ? name + ".yrx" : loader) + "\"\n[Applications\\" + name +
+             "\\Groups]\n";
     for (unsigned g = 0; g < 1 + random() % 2; ++g) store += "\"" + narrow(groups[random() % 4]) + "\"=\"\"\n";
     store += "[Applications\\" + name + "\\Commands]\n";
     for (unsigned c = 0; c < 1 + random() % 4; ++c)
@@ -206,12 +213,21 @@ TEST_F(DemandLoadTest, TheCommandIndexAnswersAsTheWalkOverEveryRecord) {
     return all;
   };
   KmRxContext* context = kmrxContext();
-  const std::vector<V> indexed = answers();
-  EXPECT_TRUE(context->commandIndexValid) << "the index was used";
-  context->commandIndexOff = true;
-  const std::vector<V> walked = answers();
-  context->commandIndexOff = false;
-  EXPECT_EQ(walked, indexed);
+  const auto indexedAndWalked = [&] {
+    const std::vector<V> indexed = answers();
+    EXPECT_TRUE(context->commandIndexValid) << "the index was used";
+    context->commandIndexOff = true;
+    const std::vector<V> walked = answers();
+    context->commandIndexOff = false;
+    EXPECT_EQ(walked, indexed);
+    return indexed;
+  };
+  const std::vector<V> noneLoaded = indexedAndWalked();
+  // With tm_good loaded its applications drop out; unloaded, they are back.
+  load(L"tm_good");
+  EXPECT_NE(noneLoaded, indexedAndWalked()) << "some application names tm_good";
+  ASSERT_TRUE(unload(L"tm_good"));
+  EXPECT_EQ(noneLoaded, indexedAndWalked());
   // A change under the index: the first record's first group gains a command.
   std::unique_ptr<YcRxIterator> records(g_pRegYrxList->newIterator());
   auto* first = static_cast<YcadRegisterYrxInfo*>(records->object());

@@ -46,8 +46,11 @@ Bytes prefix(std::size_t length) {
 
 // The bytes the OS table's file entries hand out, for looks at files that never touch a disk.
 Bytes gMemoryFile;
-int memoryType(const char*) { return 0100000; }
-long long memorySize(const char*) { return static_cast<long long>(gMemoryFile.size()); }
+int memoryStatus(void*, int* type, long long* size) {
+  *type = 0100000;
+  *size = static_cast<long long>(gMemoryFile.size());
+  return 0;
+}
 void* memoryOpen(const char*, const char*) { return &gMemoryFile; }
 int memoryClose(void*) { return 0; }
 long long memoryReadAt(void*, long long offset, void* out, std::size_t bytes) {
@@ -63,8 +66,7 @@ protected:
 
   static void useMemoryFile() {
     KmOsTable& os = kmOsTable();
-    os.fileType = &memoryType;
-    os.fileSize = &memorySize;
+    os.fileStatus = &memoryStatus;
     os.openFile = &memoryOpen;
     os.closeFile = &memoryClose;
     os.readFileAt = &memoryReadAt;

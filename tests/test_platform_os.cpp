@@ -7,6 +7,10 @@
 #include <functional>
 #include <set>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include "FakeHost.h"
 #include "KmRxTestSupport.h"
 #include "KmRxTesting.h"
@@ -74,6 +78,18 @@ protected:
     EXPECT_EQ(nullptr, LoadLibraryExW(module().c_str(), nullptr, 0));
     EXPECT_EQ(code, GetLastError());
     EXPECT_STREQ(text, GetLastLoadErrorText());
+  }
+
+  // A Unix socket bound at name in dir, which no open can read.
+  std::wstring bindSocket(const char* name) {
+    const std::string path = dir.path().string() + "/" + name;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    EXPECT_EQ(0, ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
+    ::close(fd);
+    return kmPathFromBytes(path.c_str());
   }
 
   // The configuration store from a file with one good item and one bad line.
@@ -174,8 +190,8 @@ TEST_F(OsTableTest, EveryKindCanBeFailedAndThePlatformReportsIt) {
          arm(KmOsCall::IsRegularFile);
          EXPECT_FALSE(KmFileSystem::isFileExisting(module().c_str()));
        }},
-      {KmOsCall::FileSize, "FileSize",
-       [] { arm(KmOsCall::FileSize); expectRefused(5, L"it cannot be read: Permission denied"); }},
+      {KmOsCall::FileStatus, "FileStatus",
+       [] { arm(KmOsCall::FileStatus); expectRefused(5, L"it cannot be read: Permission denied"); }},
       {KmOsCall::CurrentDirectory, "CurrentDirectory", [] {
          wchar_t cwd[kKmTextBuffer];
          arm(KmOsCall::CurrentDirectory);
@@ -189,8 +205,17 @@ TEST_F(OsTableTest, EveryKindCanBeFailedAndThePlatformReportsIt) {
        }},
       {KmOsCall::OpenFile, "OpenFile",
        [] { arm(KmOsCall::OpenFile); expectRefused(5, L"it cannot be read: Permission denied"); }},
-      {KmOsCall::FileType, "FileType",
-       [] { arm(KmOsCall::FileType); expectRefused(5, L"it cannot be read: Permission denied"); }},
+      {KmOsCall::FileType, "FileType", [this] {
+         // Only a file that cannot be opened is asked for its kind: a socket.
+         const std::wstring socket = bindSocket("module.sock");
+         const auto refusal = [&] {
+           EXPECT_EQ(nullptr, LoadLibraryExW(socket.c_str(), nullptr, 0));
+           return std::wstring(GetLastLoadErrorText());
+         };
+         EXPECT_EQ(L"it is a socket", refusal());
+         arm(KmOsCall::FileType);
+         EXPECT_EQ(L"it cannot be read: No such device or address", refusal());
+       }},
       {KmOsCall::ReadFileAt, "ReadFileAt",
        [] { arm(KmOsCall::ReadFileAt); expectRefused(5, L"it cannot be read: Input/output error"); }},
       {KmOsCall::ReadFile, "ReadFile", [this] {

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <utility>
+#include <vector>
 
 #include "KmRxTestSupport.h"
 
@@ -50,6 +52,18 @@ TEST_F(PlatformPathTest, FullNamesResolveAgainstTheCurrentDirAndPiecesTakeTheLas
     EXPECT_EQ(dir + L"/m.yrx", piece(KmPathMaker::getFullFileName, name));
   EXPECT_EQ(L"/opt/c.yrx", piece(KmPathMaker::getFullFileName, L"/opt/a/./b/../../c.yrx"));
   EXPECT_EQ(dir + L"/absent/x.yrx", piece(KmPathMaker::getFullFileName, L"absent/x.yrx"));
+  for (const auto& [path, full] : std::vector<std::pair<const wchar_t*, const wchar_t*>>{
+           {L"/", L"/"}, {L"/..", L"/"}, {L"/a/../..", L"/"}, {L"//a//b/", L"/a/b"},
+           {L"\\opt\\m.yrx", L"/opt/m.yrx"}, {L"/a/b/../../../c", L"/c"}, {L"/a/..b/.c", L"/a/..b/.c"}})
+    EXPECT_EQ(full, piece(KmPathMaker::getFullFileName, path));
+  {
+    wchar_t small[8];  // longer on the way than at the end
+    EXPECT_TRUE(KmPathMaker::getFullFileName(L"/abcdefghij/../k", small, 8));
+    EXPECT_STREQ(L"/k", small);
+    wchar_t same[32] = L"/x/./y/../z";  // the path's own buffer
+    EXPECT_TRUE(KmPathMaker::getFullFileName(same, same, 32));
+    EXPECT_STREQ(L"/x/z", same);
+  }
   EXPECT_EQ(L"tool.v2", piece(KmPathMaker::getFileName, L"/opt/mods.d/tool.v2.yrx"));
   EXPECT_EQ(L".yrx", piece(KmPathMaker::getExtFileName, L"/opt/mods.d/tool.v2.yrx"));
   EXPECT_EQ(L"", piece(KmPathMaker::getExtFileName, L"/opt/mods.d/README"));

@@ -37,10 +37,12 @@ struct KmOsTable {
   // gets EACCES, or EIO for reading and closing.
   int (*fileAccess)(const char* path, int mode);  // 0, or -1
   int (*isRegularFile)(const char* path);         // 1 yes, 0 another kind, -1 missing or unknown
-  long long (*fileSize)(const char* path);        // -1 when it cannot be told
+  // The kind (S_IFMT bits) and size of an open file: 0, or -1 with errno set.
+  int (*fileStatus)(void* file, int* type, long long* size);
   char* (*currentDirectory)(char* buffer, std::size_t size);  // buffer, or null
   int (*changeDirectory)(const char* path);                   // 0, or -1
-  void* (*openFile)(const char* path, const char* mode);      // a FILE*, or null
+  // A FILE*, or null. Modes as fopen's, and "n": do not wait for a FIFO's writer.
+  void* (*openFile)(const char* path, const char* mode);
   // Bytes read; 0 at the end, -1 when reading fails.
   long long (*readFile)(void* buffer, std::size_t bytes, void* file);
   // 0, or -1; the file is closed either way, as with the C library.
@@ -76,7 +78,7 @@ enum class KmOsCall {
   ProgramPath,
   FileAccess,
   IsRegularFile,
-  FileSize,
+  FileStatus,
   CurrentDirectory,
   ChangeDirectory,
   OpenFile,

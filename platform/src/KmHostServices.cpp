@@ -1,9 +1,8 @@
 // The slot for the host's services object and the defaults of its optional operations.
 #include "YcDbHostApplicationServices.h"
 
-namespace {
-YcDbHostApplicationServices* gServices = nullptr;
-}
+// Exported so the runtime's message delivery reads it without a call.
+KMRX_API YcDbHostApplicationServices* gpKmHostServices = nullptr;
 
 YcadHostLog::~YcadHostLog() = default;
 
@@ -29,9 +28,9 @@ unsigned int YcDbHostApplicationServices::productLcid() { return 0; }
 YcDbHostApplicationServices::~YcDbHostApplicationServices() = default;
 
 YcDbHostApplicationServices* ycdbSetHostApplicationServices(YcDbHostApplicationServices* services) {
-  YcDbHostApplicationServices* previous = gServices;
-  gServices = services;
+  YcDbHostApplicationServices* previous = gpKmHostServices;
+  gpKmHostServices = services;
   return previous;
 }
 
-YcDbHostApplicationServices* ycdbHostApplicationServices() { return gServices; }
+YcDbHostApplicationServices* ycdbHostApplicationServices() { return gpKmHostServices; }

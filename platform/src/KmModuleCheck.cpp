@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -304,18 +305,42 @@ bool checkDynamic(const ModuleFile& file, const std::vector<Segment>& segments, 
 
 }  // namespace
 
+namespace {
+
+// Why a file could not be opened: missing, not a regular file, or unreadable.
+bool refuseUnopened(const char* path, KmModuleCheck& result) {
+  const int openError = errno;
+  if (openError == ENOENT || openError == ENOTDIR)
+    return fail(result, KmLoadFailure::kNotFound, L"there is no such file");
+  const int type = kmOsFileType(path);
+  if (type >= 0 && type != 0100000) return fail(result, KmLoadFailure::kNotRegularFile, L"it is " + fileKind(type));
+  return fail(result, KmLoadFailure::kUnreadable, L"it cannot be read: " + errorText(openError));
+}
+
+// The path that last passed a look with its exports; see kmModuleJustChecked.
+thread_local std::string tJustChecked;
+
+}  // namespace
+
 bool kmCheckModuleBytes(const std::string& path, const char* const* requiredExports, int count,
                         KmModuleCheck& result) {
   result = KmModuleCheck();
-  const int type = kmOsFileType(path.c_str());
-  if (type < 0)
-    return errno == ENOENT || errno == ENOTDIR
-               ? fail(result, KmLoadFailure::kNotFound, L"there is no such file")
-               : fail(result, KmLoadFailure::kUnreadable, L"it cannot be read: " + errorText(errno));
-  if (type != 0100000) return fail(result, KmLoadFailure::kNotRegularFile, L"it is " + fileKind(type));
-  const long long size = kmOsFileSize(path.c_str());
-  void* handle = size < 0 ? nullptr : kmOsOpenFile(path.c_str(), "rb");
-  if (!handle) return fail(result, KmLoadFailure::kUnreadable, L"it cannot be read: " + errorText(errno));
+  tJustChecked.clear();
+  // One open, one fstat, one read of the head, one close in the usual case;
+  // "n": a FIFO is opened without waiting for a writer, then refused.
+  void* handle = kmOsOpenFile(path.c_str(), "rbn");
+  if (!handle) return refuseUnopened(path.c_str(), result);
+  int type = 0;
+  long long size = -1;
+  if (kmOsFileStatus(handle, &type, &size) != 0 || size < 0) {
+    const int error = errno;
+    kmOsCloseFile(handle);
+    return fail(result, KmLoadFailure::kUnreadable, L"it cannot be read: " + errorText(error));
+  }
+  if (type != 0100000) {
+    kmOsCloseFile(handle);
+    return fail(result, KmLoadFailure::kNotRegularFile, L"it is " + fileKind(type));
+  }
   const ModuleFile file(handle, static_cast<std::uint64_t>(size));
   unsigned char header[kHeaderSize] = {};
   const std::size_t got = std::min<std::uint64_t>(file.size(), kHeaderSize);
@@ -330,7 +355,20 @@ bool kmCheckModuleBytes(const std::string& path, const char* const* requiredExpo
   ok = ok && checkHeader(header, got, result) && readSegments(file, header, segments, result) &&
        checkDynamic(file, segments, requiredExports, count, result);
   kmOsCloseFile(handle);
+  if (ok && count > 0) {
+    try {
+      tJustChecked = path;
+    } catch (const std::bad_alloc&) {
+      tJustChecked.clear();  // the load looks again
+    }
+  }
   return ok;
+}
+
+bool kmModuleJustChecked(const std::string& path) {
+  const bool same = !tJustChecked.empty() && tJustChecked == path;
+  tJustChecked.clear();
+  return same;
 }
 
 bool kmCheckModuleFile(const wchar_t* path, const char* const* requiredExports, int count,

@@ -6,3 +6,6 @@
 
 bool kmCheckModuleBytes(const std::string& path, const char* const* requiredExports, int count,
                         KmModuleCheck& result);
+// True once when path is the file the last check on this thread passed,
+// exports included: the load that follows need not read it again.
+bool kmModuleJustChecked(const std::string& path);

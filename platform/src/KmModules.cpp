@@ -73,7 +73,8 @@ HMODULE LoadLibraryExW(const wchar_t* fileName, void*, DWORD) {
   // and only a path can be looked at before loading.
   if (path.find('/') == std::string::npos && kmOsFileType(path.c_str()) >= 0) path = "./" + path;
   KmModuleCheck check;
-  if (path.find('/') != std::string::npos && !kmCheckModuleBytes(path, nullptr, 0, check)) {
+  const bool checked = kmModuleJustChecked(path);
+  if (path.find('/') != std::string::npos && !checked && !kmCheckModuleBytes(path, nullptr, 0, check)) {
     failed(check.failure, check.detail);
     return nullptr;
   }

@@ -91,8 +91,8 @@ int kmOsIsRegularFile(const char* path) {
   return failsWith(KmOsCall::IsRegularFile, EACCES) ? -1 : kmOsTable().isRegularFile(path);
 }
 
-long long kmOsFileSize(const char* path) {
-  return failsWith(KmOsCall::FileSize, EACCES) ? -1 : kmOsTable().fileSize(path);
+int kmOsFileStatus(void* file, int* type, long long* size) {
+  return failsWith(KmOsCall::FileStatus, EACCES) ? -1 : kmOsTable().fileStatus(file, type, size);
 }
 
 char* kmOsCurrentDirectory(char* buffer, std::size_t size) {

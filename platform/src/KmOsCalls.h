@@ -18,7 +18,7 @@ long kmOsProgramPath(char* buffer, std::size_t size);
 
 int kmOsFileAccess(const char* path, int mode);
 int kmOsIsRegularFile(const char* path);
-long long kmOsFileSize(const char* path);
+int kmOsFileStatus(void* file, int* type, long long* size);
 char* kmOsCurrentDirectory(char* buffer, std::size_t size);
 int kmOsChangeDirectory(const char* path);
 void* kmOsOpenFile(const char* path, const char* mode);

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <link.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -52,12 +53,23 @@ int isRegularFileImpl(const char* path) {
   return S_ISREG(st.st_mode) ? 1 : 0;
 }
 
-long long fileSizeImpl(const char* path) {
+int fileStatusImpl(void* file, int* type, long long* size) {
   struct stat st;
-  return (path && ::stat(path, &st) == 0) ? static_cast<long long>(st.st_size) : -1;
+  if (!file || ::fstat(::fileno(static_cast<std::FILE*>(file)), &st) != 0) return -1;
+  if (type) *type = static_cast<int>(st.st_mode & S_IFMT);
+  if (size) *size = static_cast<long long>(st.st_size);
+  return 0;
 }
 
-void* openFileImpl(const char* path, const char* mode) { return std::fopen(path, mode); }
+void* openFileImpl(const char* path, const char* mode) {
+  if (!path || !mode || !std::strchr(mode, 'n')) return std::fopen(path, mode);
+  // For reading only: a FIFO must not hold the caller until a writer comes.
+  const int fd = ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return nullptr;
+  std::FILE* file = ::fdopen(fd, "rb");
+  if (!file) ::close(fd);
+  return file;
+}
 
 long long readFileImpl(void* buffer, std::size_t bytes, void* file) {
   auto* stream = static_cast<std::FILE*>(file);
@@ -79,11 +91,23 @@ int fileTypeImpl(const char* path) {
   return static_cast<int>(st.st_mode & S_IFMT);
 }
 
+// One pread, past the stream's buffer: the file is looked at, not streamed.
 long long readFileAtImpl(void* file, long long offset, void* buffer, std::size_t bytes) {
-  auto* stream = static_cast<std::FILE*>(file);
-  if (offset < 0 || ::fseeko(stream, static_cast<off_t>(offset), SEEK_SET) != 0) return -1;
-  const std::size_t got = std::fread(buffer, 1, bytes, stream);
-  return got == 0 && std::ferror(stream) ? -1 : static_cast<long long>(got);
+  if (!file || offset < 0) {
+    errno = EINVAL;
+    return -1;
+  }
+  const int fd = ::fileno(static_cast<std::FILE*>(file));
+  std::size_t got = 0;
+  while (got < bytes) {
+    const ssize_t n = ::pread(fd, static_cast<char*>(buffer) + got, bytes - got,
+                              static_cast<off_t>(offset + static_cast<long long>(got)));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return got ? static_cast<long long>(got) : -1;
+    if (n == 0) break;
+    got += static_cast<std::size_t>(n);
+  }
+  return static_cast<long long>(got);
 }
 
 int moduleRangesImpl(void* handle, const void** ranges, int max) {
@@ -122,7 +146,7 @@ constexpr KmOsTable kDefaults = {
     &std::malloc,       &std::free,
     &openModuleImpl,    &findModuleImpl,      &::dlsym,       &::dlclose,
     &modulePathImpl,    &addressModulePathImpl, &programPathImpl,
-    &::access,          &isRegularFileImpl,   &fileSizeImpl,  &::getcwd,
+    &::access,          &isRegularFileImpl,   &fileStatusImpl, &::getcwd,
     &::chdir,           &openFileImpl,        &readFileImpl,  &closeFileImpl,
     &writeImpl,         &::isatty,            &environmentVariableImpl,
     &fileTypeImpl,      &readFileAtImpl,      &moduleRangesImpl,

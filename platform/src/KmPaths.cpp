@@ -2,6 +2,7 @@
 // names written for the host's original platform use it.
 #include "KmPathMaker.h"
 
+#include <cstdint>
 #include <cwchar>
 #include <string>
 #include <vector>
@@ -52,9 +53,9 @@ std::size_t extensionStart(const std::wstring& path) {
   return (dot == std::wstring::npos || dot < start) ? std::wstring::npos : dot;
 }
 
-}  // namespace
-
-bool KmPathMaker::getFullFileName(const wchar_t* path, wchar_t* out, std::size_t outCount) {
+// Component by component through strings: for results that only fit once
+// ".." has taken parts away again.
+bool fullFileNameSlowly(const wchar_t* path, wchar_t* out, std::size_t outCount) {
   if (!path || !*path) return emptied(out, outCount);
   std::wstring full(path);
   for (wchar_t& c : full)
@@ -82,6 +83,50 @@ bool KmPathMaker::getFullFileName(const wchar_t* path, wchar_t* out, std::size_t
   for (const std::wstring& part : parts) result += L"/" + part;
   if (result.empty()) result = L"/";
   return store(result, out, outCount);
+}
+
+}  // namespace
+
+bool KmPathMaker::getFullFileName(const wchar_t* path, wchar_t* out, std::size_t outCount) {
+  if (!path || !*path) return emptied(out, outCount);
+  if (!out || outCount == 0) return false;
+  const std::size_t pathLength = std::wcslen(path);
+  const auto at = [](const wchar_t* w) { return reinterpret_cast<std::uintptr_t>(w); };
+  // Written in place: a buffer that overlaps the path goes the long way.
+  if (at(out + outCount) > at(path) && at(out) <= at(path + pathLength))
+    return fullFileNameSlowly(path, out, outCount);
+  std::wstring joined;  // a relative path only
+  const wchar_t* p = path;
+  if (!isSeparator(path[0])) {
+    wchar_t cwd[4096];
+    if (!KmKernel32::GetCurrentDirectoryW(4096, cwd) || cwd[0] == 0) return emptied(out, outCount);
+    joined.append(cwd).append(1, L'/').append(path);
+    p = joined.c_str();
+  }
+  // In place, one pass: each part is written as "/part"; ".." takes the last back.
+  std::size_t n = 0;
+  while (*p) {
+    while (isSeparator(*p)) ++p;
+    const wchar_t* part = p;
+    while (*p && !isSeparator(*p)) ++p;
+    const std::size_t length = static_cast<std::size_t>(p - part);
+    if (length == 0 || (length == 1 && part[0] == L'.')) continue;
+    if (length == 2 && part[0] == L'.' && part[1] == L'.') {
+      while (n > 0 && out[n - 1] != L'/') --n;
+      if (n > 0) --n;
+      continue;
+    }
+    if (n + 1 + length >= outCount) return fullFileNameSlowly(path, out, outCount);
+    out[n++] = L'/';
+    std::wmemcpy(out + n, part, length);
+    n += length;
+  }
+  if (n == 0) {
+    if (outCount < 2) return emptied(out, outCount);
+    out[n++] = L'/';
+  }
+  out[n] = 0;
+  return true;
 }
 
 bool KmPathMaker::getFileName(const wchar_t* path, wchar_t* out, std::size_t outCount) {
