@@ -137,12 +137,6 @@ void BM_AddXDelXOnRoot(benchmark::State& state, int size) {
 
 }  // namespace
 
-unsigned int benchEnsureClassTrees() {
-  treeOf(1000);
-  treeOf(10000);
-  return ycrxInternalGetClassDic()->numEntries();
-}
-
 void registerExtensionBenchmarks() {
   buildChains();
   using benchmark::RegisterBenchmark;

@@ -1,6 +1,6 @@
 // Peer rows from GLib's type system, when it was found at build time:
-// g_type_is_a over an 8-deep GType chain, and g_type_from_name over 1,000
-// registered type names.
+// g_type_is_a over an 8-deep GType chain, and g_type_from_name over 1,000,
+// 10,000 and 100,000 registered type names.
 #include "BenchSupport.h"
 
 #ifdef KMRX_BENCH_WITH_GLIB
@@ -86,6 +86,26 @@ void BM_GTypeRegister(benchmark::State& state) {
   }
 }
 
+// g_type_from_name among as many types as the class dictionary held at
+// scale: the same filler names registered as GTypes, the same probes.
+void BM_GTypeFromNameAt(benchmark::State& state, int scale) {
+  static std::size_t registered = 0;
+  const std::vector<std::string> fillers = benchFillerNames(scale);
+  for (; registered < fillers.size(); ++registered) registerType(G_TYPE_OBJECT, fillers[registered].c_str());
+  const std::vector<std::string> probes = benchProbesAt(scale);
+  if (probes.size() != kProbes) {
+    state.SkipWithError("the class rows at this size did not run");
+    return;
+  }
+  for (const std::string& probe : probes)
+    if (!g_type_from_name(probe.c_str())) state.SkipWithError("type not found");
+  unsigned i = 0;
+  for (auto _ : state) {
+    GType type = g_type_from_name(probes[i++ & (kProbes - 1)].c_str());
+    benchmark::DoNotOptimize(type);
+  }
+}
+
 void BM_GTypeFromName(benchmark::State& state) {
   for (const char* probe : gProbes)
     if (!g_type_from_name(probe)) state.SkipWithError("type not found");
@@ -110,6 +130,8 @@ void registerGlibBenchmarks() {
   RegisterBenchmark("kindOf/depth8_hit/G_TYPE_CHECK_INSTANCE_TYPE", BM_GInstanceCheck<8, true>);
   RegisterBenchmark("kindOf/depth8_miss/G_TYPE_CHECK_INSTANCE_TYPE", BM_GInstanceCheck<8, false>);
   RegisterBenchmark("classLookup/1000_classes/g_type_from_name", BM_GTypeFromName);
+  RegisterBenchmark("classLookup/10000_classes/g_type_from_name", BM_GTypeFromNameAt, 10000);
+  RegisterBenchmark("classLookup/100000_classes/g_type_from_name", BM_GTypeFromNameAt, 100000);
   RegisterBenchmark("register/1000_classes/g_type_register_static", BM_GTypeRegister)->Iterations(30);
 }
 

@@ -1,7 +1,9 @@
-// Rows at scale: registering classes (and linking them) while the class
-// dictionary holds about 1,000 or 12,000 classes, and looking a service up
-// among 1,024. Their peers: the same work on 1,000 classes again (growth),
-// GLib's static types, and an unordered map over the same names.
+// Rows at scale: registering classes (and linking them) and looking classes
+// up while the class dictionary holds 1,000, 10,000 or 100,000 classes, and
+// looking a service up among 1,024. Their peers: the same work on 1,000
+// classes again (growth), GLib's static types, and an unordered map over the
+// same names. Filler classes bring the dictionary to each size.
+#include <map>
 #include <random>
 #include <string>
 #include <unordered_map>
@@ -24,6 +26,42 @@ void BM_Register(benchmark::State& state, const wchar_t* stem) {
     state.ResumeTiming();
   }
   state.counters["classes"] = static_cast<double>(ycrxInternalGetClassDic()->numEntries());
+}
+
+std::vector<std::wstring> gFillers;           // registered, in order
+std::map<int, std::size_t> gFillersAtScale;   // how many were there at each size
+
+void growClassesTo(int scale) {
+  YcRxDictionary* classes = ycrxInternalGetClassDic();
+  if (gFillers.size() < 200000) gFillers = benchNames(L"BenchFill", 200000);
+  static std::size_t registered = 0;
+  while (classes->numEntries() < static_cast<unsigned>(scale) && registered < gFillers.size())
+    benchNewClass(gFillers[registered++], L"AcRxObject");
+  ycrxBuildClassHierarchy();
+  gFillersAtScale.emplace(scale, registered);
+}
+
+// 1,024 probes among the fillers there were at a size, the same for every peer.
+std::vector<std::wstring> probesAt(int scale) {
+  const std::size_t count = benchFillersAt(scale);
+  std::vector<std::wstring> probes;
+  std::mt19937 random(static_cast<unsigned>(scale));
+  for (int i = 0; i < 1024 && count; ++i) probes.push_back(gFillers[random() % count]);
+  return probes;
+}
+
+void BM_ClassLookupAt(benchmark::State& state, int scale) {
+  growClassesTo(scale);
+  const std::vector<std::wstring> probes = probesAt(scale);
+  YcRxDictionary* classes = ycrxInternalGetClassDic();
+  for (const std::wstring& probe : probes)
+    if (!classes->at(probe.c_str())) state.SkipWithError("class not found");
+  unsigned i = 0;
+  for (auto _ : state) {
+    YcRxObject* found = classes->at(probes[i++ & 1023].c_str());
+    benchmark::DoNotOptimize(found);
+  }
+  state.counters["classes"] = static_cast<double>(classes->numEntries());
 }
 
 constexpr int kServices = 1024;
@@ -69,7 +107,33 @@ void registerScaleBenchmarks() {
   benchmark::RegisterBenchmark("service/1024_services/std_unordered_map", BM_ServiceUnorderedMap);
 }
 
-void registerLateScaleBenchmarks() {
-  benchmark::RegisterBenchmark("register/1000_classes_at_12k/KmRx_newYcRxClass", BM_Register, L"BenchRegB")
-      ->Setup([](const benchmark::State&) { benchEnsureClassTrees(); });
+void registerScaleBenchmarksAt(int scale) {
+  const std::string at = scale >= 100000 ? "100k" : "10k";
+  benchmark::RegisterBenchmark(("classLookup/" + std::to_string(scale) + "_classes/KmRx_classDic_at").c_str(),
+                               BM_ClassLookupAt, scale);
+  benchmark::RegisterBenchmark(("register/1000_classes_at_" + at + "/KmRx_newYcRxClass").c_str(),
+                               [scale](benchmark::State& state) {
+                                 growClassesTo(scale);
+                                 BM_Register(state, scale >= 100000 ? L"BenchRegC" : L"BenchRegB");
+                               });
 }
+
+std::size_t benchFillersAt(int scale) {
+  const auto found = gFillersAtScale.find(scale);
+  return found == gFillersAtScale.end() ? 0 : found->second;
+}
+
+std::vector<std::string> benchFillerNames(int scale) {
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < benchFillersAt(scale); ++i)
+    names.emplace_back(gFillers[i].begin(), gFillers[i].end());
+  return names;
+}
+
+std::vector<std::string> benchProbesAt(int scale) {
+  std::vector<std::string> probes;
+  for (const std::wstring& probe : probesAt(scale)) probes.emplace_back(probe.begin(), probe.end());
+  return probes;
+}
+
+void benchGrowClassesTo(int scale) { growClassesTo(scale); }

@@ -28,15 +28,19 @@ void registerExtensionBenchmarks();
 void registerLinkerBenchmarks();
 void registerDemandLoadBenchmarks();
 void registerGlibBenchmarks();  // does nothing without GLib
-// Registration and service look-up at scale; the late rows after the class trees.
+// Registration and service look-up with the classes there are at first; then
+// class look-up and registration at 10,000 or 100,000 classes (filler classes
+// are registered first).
 void registerScaleBenchmarks();
-void registerLateScaleBenchmarks();
-// Load/unload again once the class trees of the extension group exist.
-void registerLateLinkerBenchmarks();
-
-// Builds the extension group's class trees (1,000 and 10,000 classes) if
-// they do not exist yet; returns the number of classes registered then.
-unsigned int benchEnsureClassTrees();
+void registerScaleBenchmarksAt(int scale);
+void benchGrowClassesTo(int scale);
+// The fillers registered when the class dictionary reached scale (none
+// before), and the 1,024 names the look-up rows at that size probe.
+std::size_t benchFillersAt(int scale);
+std::vector<std::string> benchFillerNames(int scale);
+std::vector<std::string> benchProbesAt(int scale);
+// Load and unload of a module with scale classes registered.
+void registerLinkerBenchmarksAt(int scale);
 
 // A registered descriptor or, when registration failed, a note and exit.
 YcRxClass* benchNewClass(const std::wstring& name, const wchar_t* parentName);

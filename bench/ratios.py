@@ -12,6 +12,7 @@ Usage: ratios.py results.json [--markdown]
               slowest repetition) in Markdown
 """
 import json
+import re
 import sys
 from collections import OrderedDict
 
@@ -19,9 +20,12 @@ UNIT_NS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 # Rows of ours compared with each other: the same operation at two sizes.
 GROWTH = [
-    ("register/1000_classes_at_12k/KmRx_newYcRxClass", "register/1000_classes/KmRx_newYcRxClass"),
+    ("register/1000_classes_at_10k/KmRx_newYcRxClass", "register/1000_classes/KmRx_newYcRxClass"),
+    ("register/1000_classes_at_100k/KmRx_newYcRxClass", "register/1000_classes/KmRx_newYcRxClass"),
     ("addXdelX/tree_10000/KmRx", "addXdelX/tree_1000/KmRx"),
-    ("module/load_unload_12k_classes/KmRx_ycrxLoadModule_unload",
+    ("module/load_unload_10k_classes/KmRx_ycrxLoadModule_unload",
+     "module/load_unload/KmRx_ycrxLoadModule_unload"),
+    ("module/load_unload_100k_classes/KmRx_ycrxLoadModule_unload",
      "module/load_unload/KmRx_ycrxLoadModule_unload"),
 ]
 
@@ -31,7 +35,8 @@ def load(path):
         data = json.load(f)
     medians, singles, errors = {}, {}, {}
     for b in data["benchmarks"]:
-        name = b.get("run_name", b["name"])
+        # A fixed iteration count is part of the name; the pairing ignores it.
+        name = re.sub(r"/iterations:\d+$", "", b.get("run_name", b["name"]))
         if b.get("error_occurred"):
             errors[name] = b.get("error_message", "error")
             continue
