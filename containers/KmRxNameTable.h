@@ -2,7 +2,7 @@
 // registered command's own name) to values, compared without regard to case:
 // open addressing over a power-of-two array, so a look-up is one hash, one
 // probe run and one compare. Grows by doubling; throws std::bad_alloc like
-// the standard containers, for the owner to catch.
+// the standard containers, for the owner to catch; memory from the platform allocator.
 #pragma once
 #include <cstddef>
 #include <vector>
@@ -37,7 +37,7 @@ public:
   }
 
   void clear() {
-    std::vector<Slot>().swap(mSlots);
+    std::vector<Slot, KmStdAllocator<Slot>>().swap(mSlots);
     mCount = 0;
     mMask = 0;
   }
@@ -50,7 +50,7 @@ private:
   };
 
   void grow() {
-    std::vector<Slot> grown(mSlots.empty() ? 64 : mSlots.size() * 2);
+    std::vector<Slot, KmStdAllocator<Slot>> grown(mSlots.empty() ? 64 : mSlots.size() * 2);
     const std::size_t mask = grown.size() - 1;
     for (Slot& slot : mSlots) {
       if (!slot.text) continue;
@@ -62,7 +62,7 @@ private:
     mMask = mask;
   }
 
-  std::vector<Slot> mSlots;
+  std::vector<Slot, KmStdAllocator<Slot>> mSlots;
   std::size_t mCount = 0;
   std::size_t mMask = 0;
 };
