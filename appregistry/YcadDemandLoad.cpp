@@ -3,6 +3,7 @@
 #include "YcadDemandLoad.h"
 
 #include <cwchar>
+#include <memory>
 
 #include "KmCharOp.h"
 #include "KmWideText.h"
@@ -130,13 +131,13 @@ void kmrxDemandLoadChanged() {
 
 namespace {
 
-// Calls visit(object) for each object an iterator walks, then deletes it;
-// false when there was no iterator (no memory).
+// Calls visit(object) for each object an iterator walks, then deletes it, also
+// when visit throws; false when there was no iterator (no memory).
 template <class Visit>
-bool walkAll(YcRxIterator* it, Visit visit) {
+bool walkAll(YcRxIterator* iterator, Visit visit) {
+  const std::unique_ptr<YcRxIterator> it(iterator);
   if (!it) return false;
   for (; !it->done(); it->next()) visit(it->object());
-  delete it;
   return true;
 }
 
